@@ -1,0 +1,58 @@
+# Compiler settings and the helpers by which every folder declares its library.
+include(GNUInstallDirs)
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+pkg_check_modules(GLIBMM REQUIRED IMPORTED_TARGET glibmm-2.4)
+pkg_check_modules(GIOMM REQUIRED IMPORTED_TARGET giomm-2.4)
+pkg_check_modules(LZ4 REQUIRED IMPORTED_TARGET liblz4)
+find_library(MBEDCRYPTO_LIBRARY mbedcrypto REQUIRED)
+find_path(MBEDTLS_INCLUDE_DIR mbedtls/aes.h REQUIRED)
+if(SIGMIRA_GUI)
+  pkg_check_modules(GTKMM REQUIRED IMPORTED_TARGET gtkmm-3.0)
+  pkg_check_modules(CAIROMM REQUIRED IMPORTED_TARGET cairomm-1.0 gdk-pixbuf-2.0)
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+add_library(sigmira_options INTERFACE)
+target_compile_options(sigmira_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_include_directories(sigmira_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_link_libraries(sigmira_options INTERFACE Threads::Threads)
+if(SIGMIRA_SANITIZE)
+  target_compile_options(sigmira_options INTERFACE
+    -fsanitize=${SIGMIRA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g)
+  target_link_options(sigmira_options INTERFACE -fsanitize=${SIGMIRA_SANITIZE})
+  if(SIGMIRA_SANITIZE MATCHES thread AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    # The tool does not model stand-alone fences; the code uses none of its own.
+    target_compile_options(sigmira_options INTERFACE -Wno-tsan)
+  endif()
+endif()
+
+# sigmira_library(<name> [LINKS <targets>...]): the static library of the current folder, made of
+# all its *.cpp files. Which folders may include which is checked by tests/architecture.
+function(sigmira_library name)
+  cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  if(NOT sources)
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE sigmira_options ${ARG_LINKS})
+    return()
+  endif()
+  add_library(${name} STATIC ${sources})
+  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+  target_link_libraries(${name} PUBLIC sigmira_options ${ARG_LINKS})
+endfunction()

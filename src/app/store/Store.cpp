@@ -1,0 +1,335 @@
+#include "app/store/Store.h"
+
+#include <glibmm/error.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/Report.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+
+namespace trelis {
+namespace {
+
+constexpr const char* kDefaultColour = "#00007833ffff";
+
+}  // namespace
+
+Store::Store() {
+    const char* home = std::getenv("HOME");
+    liveFilePath = (home != nullptr ? std::string(home) + "/" : std::string("/tmp/")) +
+                   ".sigmiralive";
+}
+
+Store::~Store() {
+    try {
+        shutdown();
+    } catch (const PrintMsgError&) {  // NOLINT(bugprone-empty-catch): the message is out
+    }
+}
+
+// ---- interfaces and lookup
+
+std::shared_ptr<CanIface> Store::addInterface(const std::string& name, std::uint32_t number) {
+    if (findInterfaceByName(name))
+        reportFatal(format("Interface name '%s' already used. Duplicates not allowed.",
+                           name.c_str()));
+    auto interface = std::make_shared<CanIface>(*this, name, number);
+    if (!interfaces.emplace(number, interface).second)
+        reportFatal(
+            format("Could not insert Can interface (nbr), %s (%u)", name.c_str(), number));
+    return interface;
+}
+
+std::shared_ptr<CanIface> Store::findInterfaceByNumber(std::uint32_t number) const {
+    const auto found = interfaces.find(number);
+    return found == interfaces.end() ? nullptr : found->second;
+}
+
+CanIface* Store::findActiveInterface(std::uint32_t number) const {
+    const auto found = activeInterfaces.find(number);
+    return found == activeInterfaces.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<CanIface> Store::findInterfaceByName(const std::string& name) const {
+    const auto found = std::find_if(interfaces.begin(), interfaces.end(),
+                                    [&](const auto& entry) { return entry.second->name == name; });
+    return found == interfaces.end() ? nullptr : found->second;
+}
+
+std::string Store::completeLegacyReference(const std::string& reference) const {
+    if (std::count(reference.begin(), reference.end(), '.') >= 2) return reference;
+    if (!legacyVsd)
+        throw std::invalid_argument(
+            "Expected signal to be formatted as <iface>.<msg>.<sign> but got " + reference);
+    const bool isVirtual = reference.find("Virtual.") != std::string::npos;
+    return (isVirtual ? "Virt." : "Can.") + reference;
+}
+
+std::shared_ptr<Signal> Store::getSignal(const std::string& reference) {
+    const std::string complete = completeLegacyReference(reference);
+    const auto interfaceEnd = complete.find('.');
+    const auto messageEnd = interfaceEnd == std::string::npos
+                                ? std::string::npos
+                                : complete.find('.', interfaceEnd + 1);
+    if (messageEnd == std::string::npos)
+        throw std::invalid_argument(
+            "Expected signal to be formatted as <iface>.<msg>.<sign> but got " + reference);
+    const std::string interfaceName = complete.substr(0, interfaceEnd);
+    const auto interface = findInterfaceByName(interfaceName);
+    if (!interface)
+        throw SignalNotFoundException("Couldn't find interface with name " + interfaceName);
+    const auto message =
+        interface->findByName(complete.substr(interfaceEnd + 1, messageEnd - interfaceEnd - 1));
+    return message->getSignal(complete.substr(messageEnd + 1));
+}
+
+std::shared_ptr<Message> Store::getMessage(std::uint32_t interfaceNumber, std::uint32_t id) const {
+    const auto interface = findInterfaceByNumber(interfaceNumber);
+    if (!interface)
+        throw std::invalid_argument(
+            format("Can't find interface with number %u", interfaceNumber));
+    auto message = interface->findById(id);
+    if (!message)
+        throw std::invalid_argument(
+            format("Can't find message with id %d", static_cast<std::int32_t>(id)));
+    return message;
+}
+
+std::string Store::colorOf(const std::string& interface, const std::string& message,
+                           const std::string& signal) const {
+    return hooks.colorLookup ? hooks.colorLookup(interface, message, signal) : kDefaultColour;
+}
+
+void Store::buildActiveMaps() {
+    activeInterfaces.clear();
+    for (const auto& [number, interface] : interfaces)
+        if (interface->buildActiveMap()) activeInterfaces.emplace(number, interface.get());
+}
+
+void Store::clearSelection() {
+    const RecountBatch batch(*this);
+    for (const auto& [number, interface] : interfaces)
+        for (const auto& [id, message] : interface->messages) message->selectAll(false);
+}
+
+void Store::recountNow() {
+    selectedSignals.clear();
+    counts = {};
+    for (const auto& [number, interface] : interfaces) {
+        interface->recount();
+        counts += *interface;
+    }
+    for (const auto& rate : bitRates)
+        if (rate && rate->needsParse) ++counts.pendingCount;
+    progress = counts.pendingCount != 0 ? 0 : -1;
+    emitStatus();
+}
+
+// ---- the worker
+
+void Store::startWorker() {
+    if (workerThread_.joinable()) return;
+    workerThread_ = std::thread([this] { workerLoop(); });
+    pthread_setname_np(workerThread_.native_handle(), "Store");
+}
+
+void Store::markRequest() {
+    const std::lock_guard lock(workerMutex_);
+    parseRequested_ = true;
+    parsing = !networkInput && !dongleMode;
+    workerCondition_.notify_all();
+}
+
+void Store::requestParse() { markRequest(); }
+
+bool Store::parseNow() {
+    markRequest();
+    fatal_ = false;
+    workerFailed = false;
+    workerLoop();
+    if (fatal_) throw PrintMsgError{};
+    return !workerFailed;
+}
+
+bool Store::reparseRequested() const {
+    const std::lock_guard lock(workerMutex_);
+    return parseRequested_;
+}
+
+const StoreHooks::InputPath& Store::chooseInput() const {
+    if (networkInput) return hooks.liveConnection;
+    if (dongleMode) return hooks.canSocket;
+    if (csvMode) return hooks.csvImport;
+    if (ascMode) return hooks.ascImport;
+    return hooks.logFiles;
+}
+
+void Store::runPass() {
+    const bool live = networkInput || dongleMode;
+    if (!live) busyUp();
+    try {
+        if (const auto& path = chooseInput()) path(*this);
+    } catch (const PrintMsgError&) {
+        fatal_ = true;
+        if (!noGui) fatalError.emit();
+    } catch (const Glib::Exception& error) {
+        workerFailed = true;
+        report(Level::kError, format("Exception: %s", error.what().c_str()));
+    } catch (const std::exception& error) {
+        workerFailed = true;
+        report(Level::kError, format("Exception: %s", error.what()));
+    }
+    if (!live) busyDown();
+}
+
+// The request flag and `running` change under the mutex of the condition, so a request between the
+// look and the wait is seen by the look:
+//
+//      worker                          main thread
+//      lock
+//      parseRequested_? no
+//      wait (unlocks)
+//                                      lock, parseRequested_ = true, notify, unlock
+//      wakes, locks, looks again
+void Store::workerLoop() {
+    std::unique_lock lock(workerMutex_);
+    while (running) {
+        workerCondition_.wait(lock, [this] { return parseRequested_ || !running; });
+        parseRequested_ = false;
+        if (!running) return;
+        lock.unlock();
+        runPass();
+        lock.lock();
+        parsing = parseRequested_ && !networkInput && !dongleMode;
+        if (noGui) running = false;
+    }
+}
+
+bool Store::waitingForWork() const {
+    if (dumpToFile) {
+        report(Level::kInfo, "Wait for dump to finish");
+        return true;
+    }
+    if (parsing) {
+        report(Level::kInfo, "Wait for parse to complete");
+        return true;
+    }
+    return false;
+}
+
+void Store::dumpLogsToFile(const std::string& path, std::uint64_t from, std::uint64_t to) {
+    dumpPath = path;
+    dumpFrom = from;
+    dumpTo = to;
+    dumpToFile = true;
+    requestParse();
+}
+
+void Store::stopNetwork() {
+    networkInput = false;
+    liveMode = false;
+    readAll = false;
+    liveStopRequested = true;
+    if (hooks.stopLiveRead) hooks.stopLiveRead();
+    const std::lock_guard lock(liveMutex);
+    liveStopRequested = false;
+    clearInterval();
+}
+
+void Store::shutdown() {
+    if (shutDown_) return;
+    shutDown_ = true;
+    if (workerThread_.joinable()) {
+        {
+            const std::lock_guard lock(workerMutex_);
+            running = false;
+            workerCondition_.notify_all();
+        }
+        if (hooks.stopLiveRead) hooks.stopLiveRead();
+        workerThread_.join();
+    }
+    clearAll();
+    if (hooks.saveSettings) hooks.saveSettings();
+}
+
+void Store::clearAll() {
+    for (const auto& [number, interface] : interfaces) interface->clear();
+    interfaces.clear();
+    selectedSignals.clear();
+    activeInterfaces.clear();
+    bitRates.clear();
+    highestInterface = 0;
+    dbcLoaded = false;
+    firstFrame = true;
+    firstTime = kNoTime;
+    lastTime = 0;
+    parseFirstTime = kNoTime;
+    parseLastTime = 0;
+    recount();
+    const bool hadInterval = intervalSet.exchange(false);
+    intervalStart = 0;
+    intervalEnd = 0;
+    if (hadInterval) emitData();
+}
+
+// ---- the view
+
+void Store::setInterval(std::uint64_t a, std::uint64_t b) {
+    clearInterval();
+    intervalStart = std::min(a, b);
+    intervalEnd = std::max(a, b);
+    intervalSet = true;
+    for (const auto& [number, interface] : interfaces)
+        for (const auto& [id, message] : interface->messages)
+            for (const auto& signal : message->signals) signal->updateVisibleRange();
+    emitData();
+}
+
+void Store::clearInterval() {
+    if (!intervalSet) return;
+    intervalStart = firstTime.load();
+    intervalEnd = lastTime.load();
+    for (const auto& [number, interface] : interfaces)
+        for (const auto& [id, message] : interface->messages)
+            for (const auto& signal : message->signals) signal->resetVisibleRange();
+    intervalSet = false;
+    emitData();
+}
+
+void Store::requestRedraw() { emitData(); }
+
+void Store::emitStatus() {
+    if (!noGui && !dumpAsc) statusChanged.emit();
+}
+
+void Store::emitData() {
+    if (!noGui && !dumpAsc) dataChanged.emit();
+}
+
+bool Store::isBusy() const {
+    const std::lock_guard lock(busyMutex_);
+    return busyCount_ > 0;
+}
+
+void Store::busyUp() {
+    {
+        const std::lock_guard lock(busyMutex_);
+        ++busyCount_;
+    }
+    emitStatus();
+}
+
+void Store::busyDown() {
+    {
+        const std::lock_guard lock(busyMutex_);
+        if (busyCount_ > 0) --busyCount_;
+    }
+    emitStatus();
+}
+
+}  // namespace trelis

@@ -1,0 +1,76 @@
+#include "model/CanIface.h"
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/Report.h"
+#include "model/Message.h"
+#include "model/ModelContext.h"
+
+namespace trelis {
+
+UseCounts& UseCounts::operator+=(const UseCounts& other) {
+    selectedVisibleCount += other.selectedVisibleCount;
+    selectedCount += other.selectedCount;
+    usedCount += other.usedCount;
+    pendingCount += other.pendingCount;
+    return *this;
+}
+
+CanIface::CanIface(ModelContext& context, std::string ifaceName, std::uint32_t ifaceNumber)
+    : name(std::move(ifaceName)), number(ifaceNumber), context_(context) {}
+
+void CanIface::addMessage(const std::shared_ptr<Message>& message) {
+    namesIndexed_ = false;
+    if (messages.emplace(static_cast<std::int32_t>(message->id), message).second) return;
+    reportFatal(format("Couldn't insert message '%s' into interface '%s', message with ID '%u' "
+                       "already exists",
+                       message->name.c_str(), name.c_str(), message->id));
+}
+
+Message* CanIface::findActive(std::uint32_t id) const {
+    const auto found = activeMessages.find(static_cast<std::int32_t>(id));
+    return found == activeMessages.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<Message> CanIface::findById(std::uint32_t id) const {
+    const auto found = messages.find(static_cast<std::int32_t>(id));
+    return found == messages.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<Message> CanIface::findByName(const std::string& messageName) const {
+    if (!namesIndexed_) {
+        idsByName_.clear();
+        for (const auto& [id, message] : messages) idsByName_.emplace(message->name, id);
+        namesIndexed_ = true;
+    }
+    const auto found = idsByName_.find(messageName);
+    if (found == idsByName_.end())
+        throw SignalNotFoundException("Can't find message with name " + messageName);
+    return messages.at(found->second);
+}
+
+bool CanIface::buildActiveMap() {
+    activeMessages.clear();
+    for (const auto& [id, message] : messages)
+        if (message->pendingCount != 0 || context_.readAll) activeMessages.emplace(id, message.get());
+    return !activeMessages.empty();
+}
+
+void CanIface::clear() {
+    for (const auto& [id, message] : messages) {
+        message->finish();
+        message->clearMessage();
+    }
+    messages.clear();
+    activeMessages.clear();
+    namesIndexed_ = false;
+}
+
+void CanIface::recount() {
+    static_cast<UseCounts&>(*this) = {};
+    for (const auto& [id, message] : messages) {
+        message->recount();
+        *this += *message;
+    }
+}
+
+}  // namespace trelis

@@ -1,0 +1,78 @@
+// A signal that is decoded from the frames of its message by the rules of a DBC line.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "model/BitField.h"
+#include "model/FrameSource.h"
+#include "model/Signal.h"
+
+namespace trelis {
+
+class RealMessage;
+
+/// Values of RealSignal::muxValue that are no multiplex value.
+inline constexpr std::int32_t kPlainSignal = -1;
+inline constexpr std::int32_t kMultiplexor = -2;
+
+class RealSignal : public Signal {
+  public:
+    /// A signal of 0 bits is a rate signal: it flips at every frame. `intel`: 1 little-endian, 0
+    /// big-endian. `sign`: '-' or '+'. The range becomes the plot limits unless both ends are 0.
+    static std::shared_ptr<RealSignal> create(const std::shared_ptr<Message>& message,
+                                              const std::string& name, std::uint32_t startBit,
+                                              std::uint32_t bitLength, std::int32_t intel,
+                                              char sign, const std::string& unit, double factor,
+                                              double offset, double min, double max);
+
+    /// Takes the raw bits as a 32-bit IEEE 754 float. ERR and PrintMsgError unless they are four
+    /// whole bytes.
+    void setFloat();
+
+    void decodeFrame(const Frame& frame) override;
+
+    /// Decodes frames of one message in order. The caller holds `mutex`. `muxes`: the multiplex
+    /// value in force at each frame, or empty for a message without multiplexing.
+    void decodeRun(std::span<const StoredFrame> frames, std::uint64_t baseTime,
+                   std::span<const std::int32_t> muxes);
+
+    /// The physical value in eight data bytes, the first in the lowest byte of `data`.
+    [[nodiscard]] double valueOf(std::uint64_t data) const;
+
+    /// The multiplex number in them, if this is the multiplexor.
+    [[nodiscard]] std::int32_t muxNumberOf(std::uint64_t data) const;
+
+    bool byteAligned = false;
+    bool hasFactor = false;
+    bool hasOffset = false;
+    bool isFloat = false;
+    std::uint32_t startBit = 0;
+    std::uint32_t bitLength = 0;
+    std::int32_t intel = 1;
+    char sign = '+';
+    double dbcMin = 0;
+    double dbcMax = 0;
+    bool toggle = false;  ///< state of a rate signal
+    double factor = 1;
+    double offset = 0;
+    std::int32_t muxValue = kPlainSignal;
+
+  private:
+    RealSignal(const std::shared_ptr<Message>& message, const std::string& name, double min,
+               double max);
+
+    [[nodiscard]] double physical(std::uint32_t raw) const;
+    void decodeToggles(std::span<const StoredFrame> frames, std::uint64_t baseTime,
+                       std::span<const std::int32_t> muxes);
+    template <bool kBigEndian, bool kMultiplexed>
+    void decodeBits(std::span<const StoredFrame> frames, std::uint64_t baseTime,
+                    std::span<const std::int32_t> muxes);
+
+    BitField bits_;
+    std::uint32_t signBit_ = 0;  ///< of the raw value; 0 for unsigned signals
+};
+
+}  // namespace trelis
