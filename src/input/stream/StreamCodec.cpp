@@ -141,6 +141,7 @@ std::optional<std::int32_t> unpack(const StreamCodec& codec, const std::uint8_t*
 void dropBlock(StreamCodec& codec) {
     codec.outLength = 0;
     codec.recordCount = 0;
+    codec.readIndex = 0;
 }
 
 void holdBlock(StreamCodec& codec, std::int32_t length) {
@@ -174,7 +175,6 @@ void freeStreamCodec(StreamCodec* codec) {
     codec->recordSize = static_cast<std::int32_t>(kRecordSize);
     codec->pollInput = 0;
     codec->stopRequested = 0;
-    codec->readIndex = 0;
 }
 
 int readFully(StreamCodec& codec, int fd, std::span<std::uint8_t> buffer) {

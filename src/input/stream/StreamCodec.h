@@ -73,7 +73,7 @@ int readBlockInto(StreamCodec& codec, int fd, std::span<std::uint8_t> out, std::
 /// kStreamError. `consumed` is 0 unless the result is kStreamBlock.
 int unpackBlock(StreamCodec& codec, std::span<const std::uint8_t> data, std::int32_t& consumed);
 
-/// To be called before the records of a new block are taken.
+/// Starts the records of the current block anew; a new block starts there by itself.
 inline void rewindRecords(StreamCodec& codec) {
     codec.readIndex = 0;
 }

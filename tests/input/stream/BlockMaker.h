@@ -1,0 +1,154 @@
+// The logger's side of the block format, for tests: blocks, encrypted frames and descriptors.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <lz4.h>
+#include <mbedtls/aes.h>
+#include <mbedtls/md.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <numeric>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "input/stream/StreamCodec.h"
+
+namespace trelis::test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline void append(Bytes& to, std::span<const std::uint8_t> bytes) {
+    to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+inline void appendWord(Bytes& to, std::uint32_t word) {
+    for (int shift = 0; shift < 32; shift += 8)
+        to.push_back(static_cast<std::uint8_t>(word >> static_cast<unsigned>(shift)));
+}
+
+/// Bytes that do not repeat within a block, so that a misplaced one shows.
+inline Bytes payload(std::size_t length, std::uint32_t seed = 1) {
+    Bytes bytes(length);
+    std::uint32_t state = seed;
+    for (auto& byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<std::uint8_t>(state >> 24U);
+    }
+    return bytes;
+}
+
+/// A block around LZ4 data that is taken as it is.
+inline Bytes rawBlock(std::uint32_t magic, std::span<const std::uint8_t> packed) {
+    Bytes bytes;
+    appendWord(bytes, magic);
+    appendWord(bytes, static_cast<std::uint32_t>(packed.size()));
+    append(bytes, packed);
+    return bytes;
+}
+
+inline Bytes compress(std::span<const std::uint8_t> content) {
+    Bytes packed(static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(content.size()))));
+    const int length = LZ4_compress_default(
+        reinterpret_cast<const char*>(content.data()), reinterpret_cast<char*>(packed.data()),
+        static_cast<int>(content.size()), static_cast<int>(packed.size()));
+    packed.resize(static_cast<std::size_t>(length));
+    return packed;
+}
+
+inline Bytes block(std::span<const std::uint8_t> content, std::uint32_t magic = kBlockMagic) {
+    return rawBlock(magic, compress(content));
+}
+
+/// A descriptor that is closed at the end.
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
+    ~Descriptor() { reset(); }
+    void reset() {
+        if (fd_ >= 0) close(fd_);
+        fd_ = -1;
+    }
+    [[nodiscard]] int get() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+/// A file in memory, positioned at its start.
+inline Descriptor fileWith(std::span<const std::uint8_t> content) {
+    Descriptor file(memfd_create("blocks", 0));
+    EXPECT_EQ(write(file.get(), content.data(), content.size()),
+              static_cast<ssize_t>(content.size()));
+    lseek(file.get(), 0, SEEK_SET);
+    return file;
+}
+
+/// All whole records of the codec's current block, joined, as readers get them.
+inline Bytes takeRecords(StreamCodec& codec) {
+    rewindRecords(codec);
+    Bytes all;
+    std::array<std::uint8_t, kRecordSize> record{};
+    while (recordsLeft(codec) > 0) {
+        EXPECT_TRUE(nextRecord(codec, record));
+        append(all, record);
+    }
+    return all;
+}
+
+/// The sender of an encrypted stream.
+class FrameSender {
+  public:
+    FrameSender(std::string_view keyText, const std::array<std::uint8_t, 16>& iv)
+        : head(iv), iv_(iv) {
+        Bytes salted(iv.begin(), iv.end());
+        salted.resize(32, 0);
+        salted.insert(salted.end(), keyText.begin(), keyText.end());
+        std::array<std::uint8_t, 20> digest{};
+        EXPECT_EQ(mbedtls_md(sha1(), salted.data(), salted.size(), digest.data()), 0);
+        std::copy_n(digest.begin(), key_.size(), key_.begin());
+        mbedtls_aes_init(&aes_);
+        EXPECT_EQ(mbedtls_aes_setkey_enc(&aes_, key_.data(), 128), 0);
+    }
+    FrameSender(const FrameSender&) = delete;
+    FrameSender& operator=(const FrameSender&) = delete;
+    ~FrameSender() { mbedtls_aes_free(&aes_); }
+
+    /// Cipher text and tag; `plain` is a multiple of 16 bytes long.
+    Bytes seal(std::span<const std::uint8_t> plain) {
+        Bytes sealed(plain.size() + 20);
+        EXPECT_EQ(mbedtls_aes_crypt_cbc(&aes_, MBEDTLS_AES_ENCRYPT, plain.size(), iv_.data(),
+                                        plain.data(), sealed.data()),
+                  0);
+        EXPECT_EQ(mbedtls_md_hmac(sha1(), key_.data(), key_.size(), sealed.data(), plain.size(),
+                                  sealed.data() + plain.size()),
+                  0);
+        return sealed;
+    }
+    /// As seal, with the length in front.
+    Bytes frame(std::span<const std::uint8_t> plain) {
+        Bytes bytes;
+        appendWord(bytes, static_cast<std::uint32_t>(plain.size()));
+        append(bytes, seal(plain));
+        return bytes;
+    }
+
+    const std::array<std::uint8_t, 16> head;  ///< what the stream begins with
+
+  private:
+    static const mbedtls_md_info_t* sha1() { return mbedtls_md_info_from_type(MBEDTLS_MD_SHA1); }
+
+    mbedtls_aes_context aes_{};
+    std::array<std::uint8_t, 16> iv_;
+    std::array<std::uint8_t, 16> key_{};
+};
+
+}  // namespace trelis::test

@@ -1,0 +1,119 @@
+#include "input/stream/Crypt.h"
+
+#include <memory>
+#include <optional>
+
+#include "input/stream/BlockMaker.h"
+
+namespace trelis::test {
+namespace {
+
+constexpr std::array<std::uint8_t, 16> kIv = {9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 11, 22, 33, 44, 55, 66};
+
+std::unique_ptr<Crypt> started(std::string_view key, const std::array<std::uint8_t, 16>& iv = kIv) {
+    auto crypt = std::make_unique<Crypt>();
+    EXPECT_EQ(initCrypt(crypt.get()), 0);
+    EXPECT_EQ(startDecryption(crypt.get(), key.data(), key.size(), iv.data()), 0);
+    return crypt;
+}
+
+/// Opens cipher text with its tag behind it; nothing if the tag is wrong.
+std::optional<Bytes> open(Crypt& crypt, const Bytes& sealed) {
+    const std::size_t length = sealed.size() - hmacSize(crypt);
+    Bytes plain(length);
+    EXPECT_EQ(
+        cryptData(crypt, sealed.data(), plain.data(), static_cast<std::int32_t>(length), true), 0);
+    if (verifyHmac(crypt, std::span(sealed).first(length), sealed.data() + length) != 0)
+        return std::nullopt;
+    return plain;
+}
+
+TEST(Crypt, FramesOfAConnectionAreChained) {
+    for (const std::string_view key :
+         {"secret", "", "a key that is a good deal longer than a digest"}) {
+        FrameSender sender(key, kIv);
+        const auto crypt = started(key);
+        EXPECT_EQ(hmacSize(*crypt), kTagSize);
+        for (const std::size_t units : {1U, 0U, 5U, 1000U, 0U, 1U}) {
+            const Bytes plain = payload(16 * units, static_cast<std::uint32_t>(units));
+            EXPECT_EQ(open(*crypt, sender.seal(plain)), plain) << units;
+        }
+    }
+}
+
+TEST(Crypt, OnlyTheGivenCountOfKeyBytesIsTaken) {
+    FrameSender sender("abc", kIv);
+    Crypt crypt;
+    ASSERT_EQ(initCrypt(&crypt), 0);
+    ASSERT_EQ(startDecryption(&crypt, "abcdef", 3, kIv.data()), 0);
+    EXPECT_EQ(open(crypt, sender.seal(payload(32))), payload(32));
+}
+
+TEST(Crypt, WrongKeyOrDamageShowsInTheTag) {
+    FrameSender sender("secret", kIv);
+    const Bytes sealed = sender.seal(payload(64));
+    EXPECT_FALSE(open(*started("Secret"), sealed));
+    auto otherIv = kIv;
+    otherIv[15] ^= 1U;
+    EXPECT_FALSE(open(*started("secret", otherIv), sealed));
+    for (std::size_t i = 0; i < sealed.size(); ++i) {
+        Bytes damaged = sealed;
+        damaged[i] ^= 0x80U;
+        EXPECT_FALSE(open(*started("secret"), damaged)) << i;
+    }
+}
+
+TEST(Crypt, DecryptsInPlace) {
+    FrameSender sender("k", kIv);
+    Bytes sealed = sender.seal(payload(160));
+    const auto crypt = started("k");
+    ASSERT_EQ(cryptData(*crypt, sealed.data(), sealed.data(), 160, true), 0);
+    sealed.resize(160);
+    EXPECT_EQ(sealed, payload(160));
+}
+
+TEST(Crypt, MisuseIsRefusedWithItsText) {
+    Crypt crypt;
+    Bytes bytes(32);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(initCrypt(nullptr), 1);
+    EXPECT_EQ(startDecryption(&crypt, "k", 1, kIv.data()), 1);  // not initialised
+    EXPECT_EQ(cryptData(crypt, bytes.data(), bytes.data(), 16, true), 1);
+    EXPECT_EQ(verifyHmac(crypt, bytes, bytes.data()), -1);
+    EXPECT_EQ(initCrypt(&crypt), 0);
+    EXPECT_EQ(cryptData(crypt, bytes.data(), bytes.data(), 16, true), 1);  // no key yet
+    EXPECT_EQ(startDecryption(&crypt, nullptr, 1, kIv.data()), 1);
+    EXPECT_EQ(startDecryption(nullptr, "k", 1, kIv.data()), 1);
+    EXPECT_EQ(startDecryption(&crypt, "k", 1, nullptr), 1);
+    EXPECT_EQ(startDecryption(&crypt, "k", 1, kIv.data()), 0);
+    EXPECT_EQ(cryptData(crypt, bytes.data(), bytes.data(), 17, true), 1);
+    EXPECT_EQ(cryptData(crypt, bytes.data(), bytes.data(), -16, true), 1);
+    const std::string printed = testing::internal::GetCapturedStderr();
+    std::size_t from = 0;
+    for (const char* text :
+         {"ERR Crypt is null", "ERR aes init has not been run", "ERR HMAC verification failed",
+          "ERR null ptr", "ERR Length: 17 is not divisible by 16"}) {
+        from = printed.find(text, from);
+        ASSERT_NE(from, std::string::npos) << text << "\n" << printed;
+    }
+}
+
+TEST(Crypt, ReleaseWipesTheKey) {
+    const auto crypt = started("secret");
+    constexpr std::array<std::uint8_t, 16> kWiped{};
+    EXPECT_NE(crypt->key, kWiped);
+    freeCrypt(crypt.get());
+    EXPECT_EQ(crypt->key, kWiped);
+    EXPECT_EQ(crypt->iv, kWiped);
+    EXPECT_EQ(crypt->state, 0);
+    freeCrypt(crypt.get());
+    freeCrypt(nullptr);
+    // A record can serve another connection.
+    FrameSender sender("next", kIv);
+    ASSERT_EQ(initCrypt(crypt.get()), 0);
+    ASSERT_EQ(startDecryption(crypt.get(), "next", 4, kIv.data()), 0);
+    EXPECT_EQ(open(*crypt, sender.seal(payload(16))), payload(16));
+}
+
+}  // namespace
+}  // namespace trelis::test
