@@ -1,5 +1,7 @@
 #include "model/CanIface.h"
 
+#include <bit>
+
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
 #include "model/Message.h"
@@ -27,8 +29,28 @@ void CanIface::addMessage(const std::shared_ptr<Message>& message) {
 }
 
 Message* CanIface::findActive(std::uint32_t id) const {
-    const auto found = activeMessages.find(static_cast<std::int32_t>(id));
-    return found == activeMessages.end() ? nullptr : found->second;
+    if (activeSlots_.empty()) return nullptr;
+    for (std::size_t at = slotOf(id);; at = (at + 1) & (activeSlots_.size() - 1)) {
+        const ActiveSlot& slot = activeSlots_[at];
+        if (slot.message == nullptr || slot.id == id) return slot.message;
+    }
+}
+
+// Fibonacci hashing (Knuth, The Art of Computer Programming, volume 3, 6.4).
+std::size_t CanIface::slotOf(std::uint32_t id) const {
+    const std::uint64_t spread = std::uint64_t{id} * 0x9E3779B97F4A7C15U;
+    return static_cast<std::size_t>(spread >> 32) & (activeSlots_.size() - 1);
+}
+
+void CanIface::indexActive() {
+    activeSlots_.clear();
+    if (activeMessages.empty()) return;
+    activeSlots_.resize(std::bit_ceil(activeMessages.size() * 2));
+    for (const auto& [id, message] : activeMessages) {
+        std::size_t at = slotOf(static_cast<std::uint32_t>(id));
+        while (activeSlots_[at].message != nullptr) at = (at + 1) & (activeSlots_.size() - 1);
+        activeSlots_[at] = {static_cast<std::uint32_t>(id), message};
+    }
 }
 
 std::shared_ptr<Message> CanIface::findById(std::uint32_t id) const {
@@ -52,6 +74,7 @@ bool CanIface::buildActiveMap() {
     activeMessages.clear();
     for (const auto& [id, message] : messages)
         if (message->pendingCount != 0 || context_.readAll) activeMessages.emplace(id, message.get());
+    indexActive();
     return !activeMessages.empty();
 }
 
@@ -62,6 +85,7 @@ void CanIface::clear() {
     }
     messages.clear();
     activeMessages.clear();
+    activeSlots_.clear();
     namesIndexed_ = false;
 }
 

@@ -1,11 +1,13 @@
 // A named bus (or a built-in group of signals) with its messages.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace trelis {
 
@@ -30,6 +32,8 @@ class CanIface : public UseCounts {
 
     /// ERR and PrintMsgError if the id is taken.
     void addMessage(const std::shared_ptr<Message>& message);
+    /// A message of the active map, or null. One or two looks into a table: live inputs ask for
+    /// every frame.
     [[nodiscard]] Message* findActive(std::uint32_t id) const;
     [[nodiscard]] std::shared_ptr<Message> findById(std::uint32_t id) const;
     /// The first message of that name in order of id; SignalNotFoundException without one.
@@ -50,7 +54,17 @@ class CanIface : public UseCounts {
     std::map<std::int32_t, Message*> activeMessages;
 
   private:
+    struct ActiveSlot {
+        std::uint32_t id = 0;
+        Message* message = nullptr;  ///< null: a free slot
+    };
+
+    void indexActive();
+    [[nodiscard]] std::size_t slotOf(std::uint32_t id) const;
+
     ModelContext& context_;
+    /// The active map as a hash table with linear probing, at most half full; empty with the map.
+    std::vector<ActiveSlot> activeSlots_;
     /// Made at the first lookup after a change of `messages`.
     mutable std::unordered_map<std::string, std::int32_t> idsByName_;
     mutable bool namesIndexed_ = false;
