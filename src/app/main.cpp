@@ -1,1 +1,107 @@
-int main() { return 0; }
+// The program's entry: reads the command line, loads the definitions and runs one mode.
+#include <glibmm/error.h>
+#include <glibmm/init.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <iostream>
+
+#include "app/ResultPrinter.h"
+#include "app/StartUp.h"
+#include "app/Wiring.h"
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/MessageLog.h"
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+#include "input/CsvImport.h"
+#include "model/builtin/LoggerMessage.h"
+#ifdef SIGMIRA_WITH_GUI
+#include "app/WindowMode.h"
+#endif
+
+namespace {
+
+using namespace trelis;
+
+constexpr int kFailed = 1;
+
+void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
+    if (!store.csvMode && !store.ascMode && !store.dongleMode) addLoggerInterface(store);
+    readPositionals(store, startUp, argc, argv);
+    if (store.csvMode) prepareCsvImport(store);
+    if (store.dumpAsc) return;
+    loadDefinitions(store, startUp);
+    if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
+}
+
+int runWithoutWindow(Store& store, const StartUp& startUp) {
+    if (startUp.listOnly) {
+        printListing(store, std::cout);
+        std::exit(0);  // nothing was parsed and nothing is saved
+    }
+    Settings::instance().save();
+    const bool whole = store.parseNow();
+    printResults(store, startUp.printHeaders, std::cout);
+    return whole && std::cout ? 0 : kFailed;
+}
+
+int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
+            [[maybe_unused]] char** argv) {
+    if (store.title.empty()) store.title = "Signal Plot";
+    if (store.noGui) return runWithoutWindow(store, startUp);
+    Settings::instance().save();
+#ifdef SIGMIRA_WITH_GUI
+    return runWindow(store, argc, argv);
+#else
+    report(Level::kError, "This build has no window, see the modes of -h");
+    return kFailed;
+#endif
+}
+
+// Tells what went wrong, in the window mode also by a dialog, and gives the exit status.
+int fail(const Store& store, const std::string& text) {
+    if (store.noGui) return kFailed;
+    report(Level::kError, text);
+#ifdef SIGMIRA_WITH_GUI
+    installMessagePresenter();
+#endif
+    MessageLog::instance().showAll();
+    return kFailed;
+}
+
+int run(Store& store, int argc, char** argv) {
+    StartUp startUp;
+    try {
+        if (const auto status = readOptions(store, startUp, argc, argv)) std::exit(*status);
+        try {
+            prepare(store, startUp, argc, argv);
+        } catch (const PrintMsgError&) {
+            if (store.noGui) return kFailed;
+            // The window opens with what was loaded and shows the messages.
+        }
+        return runMode(store, startUp, argc, argv);
+    } catch (const PrintMsgError&) {
+        return kFailed;
+    } catch (const Glib::Exception& error) {
+        return fail(store, "Glib: " + error.what().raw());
+    } catch (const std::exception& error) {
+        return fail(store, std::string("Exception: ") + error.what());
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::setlocale(LC_ALL, "C");
+    Glib::init();
+    Store store;
+    wireStore(store);
+    int status = run(store, argc, argv);
+    try {
+        store.shutdown();
+    } catch (const PrintMsgError&) {
+        status = kFailed;
+    }
+    return status;
+}

@@ -38,12 +38,13 @@ class FrameSource {
     /// Blocks until the frames' times can be made absolute. False: the parse was aborted.
     virtual bool waitUntilFramesReady() = 0;
 
-    /// Hands over the frames of one interface and id in file order, run by run. `baseTime` plus a
-    /// frame's time() is its absolute time in ms. Only after waitUntilFramesReady said true.
+    /// Hands over the frames of one interface and id in file order, run by run, and frees each run
+    /// behind it: a group can be taken once. `baseTime` plus a frame's time() is its absolute time
+    /// in ms. Only after waitUntilFramesReady said true; different groups on different threads.
     using RunConsumer =
         std::function<void(std::span<const StoredFrame> run, std::uint64_t baseTime)>;
-    virtual void forEachRun(std::uint32_t interface, std::uint32_t id,
-                            const RunConsumer& consume) const = 0;
+    virtual void takeRuns(std::uint32_t interface, std::uint32_t id,
+                          const RunConsumer& consume) = 0;
 };
 
 }  // namespace trelis

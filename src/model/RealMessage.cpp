@@ -74,10 +74,10 @@ void RealMessage::runLogWorker() {
         const std::shared_ptr<FrameSource> source = std::move(parsers_.front());
         parsers_.pop_front();
         if (!source->waitUntilFramesReady()) break;
-        source->forEachRun(interface, id,
-                           [this](std::span<const StoredFrame> run, std::uint64_t baseTime) {
-                               handleRun(run, baseTime);
-                           });
+        source->takeRuns(interface, id,
+                         [this](std::span<const StoredFrame> run, std::uint64_t baseTime) {
+                             handleRun(run, baseTime);
+                         });
     }
     parsers_.clear();
 }

@@ -51,6 +51,9 @@ std::shared_ptr<CanIface> Store::findInterfaceByNumber(std::uint32_t number) con
 }
 
 CanIface* Store::findActiveInterface(std::uint32_t number) const {
+    if (number < kByteNumbers) return activeByNumber_[number];
+    if (number - kStatisticsOffset < kByteNumbers)
+        return activeByNumber_[number - kStatisticsOffset + kByteNumbers];
     const auto found = activeInterfaces.find(number);
     return found == activeInterfaces.end() ? nullptr : found->second;
 }
@@ -107,8 +110,14 @@ std::string Store::colorOf(const std::string& interface, const std::string& mess
 
 void Store::buildActiveMaps() {
     activeInterfaces.clear();
-    for (const auto& [number, interface] : interfaces)
-        if (interface->buildActiveMap()) activeInterfaces.emplace(number, interface.get());
+    activeByNumber_ = {};
+    for (const auto& [number, interface] : interfaces) {
+        if (!interface->buildActiveMap()) continue;
+        activeInterfaces.emplace(number, interface.get());
+        if (number < kByteNumbers) activeByNumber_[number] = interface.get();
+        const std::uint32_t statistics = number - kStatisticsOffset;
+        if (statistics < kByteNumbers) activeByNumber_[kByteNumbers + statistics] = interface.get();
+    }
 }
 
 void Store::clearSelection() {
@@ -262,6 +271,7 @@ void Store::clearAll() {
     interfaces.clear();
     selectedSignals.clear();
     activeInterfaces.clear();
+    activeByNumber_ = {};
     bitRates.clear();
     highestInterface = 0;
     dbcLoaded = false;

@@ -2,8 +2,10 @@
 // flags that say how the program runs, and the worker thread that reads the input.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -22,6 +24,7 @@
 namespace trelis {
 
 class Store;
+class AscDump;
 
 /// What the Store needs from the floors above it. Set by main before anything runs.
 struct StoreHooks {
@@ -41,6 +44,8 @@ struct StoreHooks {
         colorLookup;
     /// The time axis got a new base: the current absolute time and the base, both in ms.
     std::function<void(std::uint64_t, std::uint64_t)> timeBaseListener;
+    /// Averaging interval of bus loads in ms, the setting `bitrate_interval`. Main thread.
+    std::function<int()> bitRateInterval;
 };
 
 /// One per process, owned by main. Fields without a remark belong to the main thread and change
@@ -158,6 +163,7 @@ class Store : public ModelContext {
     std::string dumpPath;
     std::uint64_t dumpFrom = 0;
     std::uint64_t dumpTo = 0;
+    std::shared_ptr<AscDump> ascDump;  ///< the dump that runs; the worker's
 
     char csvDelimiter = ';';
     std::uint64_t csvRowsToSkip = 0;
@@ -190,6 +196,11 @@ class Store : public ModelContext {
     void runPass();
     [[nodiscard]] const StoreHooks::InputPath& chooseInput() const;
     [[nodiscard]] std::string completeLegacyReference(const std::string& reference) const;
+
+    // The active interfaces by number, 0 to 255, and behind them their statistics interfaces: live
+    // inputs ask for every frame.
+    static constexpr std::size_t kByteNumbers = 256;
+    std::array<CanIface*, 2 * kByteNumbers> activeByNumber_{};
 
     mutable std::mutex workerMutex_;           // guards running, parseRequested_ and parsing
     std::condition_variable workerCondition_;  // woken when one of them changes

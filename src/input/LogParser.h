@@ -1,0 +1,130 @@
+// The reader of one recording file on a thread of its own.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "input/FrameChunks.h"
+#include "input/LogFilter.h"
+#include "model/FrameSource.h"
+
+namespace trelis {
+
+/// How many files may be read at once; -1: not decided yet. Main thread, before a parse.
+extern std::int32_t parserThreadLimit;
+
+/// A frame that something reads in the order of the file.
+struct OrderedFrame {
+    std::uint64_t time = 0;  ///< as StoredFrame::time
+    std::uint64_t data = 0;
+    std::uint32_t id = 0;
+    std::uint8_t dlc = 0;
+    std::uint8_t interface = 0;
+};
+
+/// Whole unpacked blocks of a file, for the dump: nothing is filtered and nothing is copied.
+struct RecordBlock {
+    static constexpr std::size_t kCapacity = 18000;
+
+    std::unique_ptr<std::uint8_t[]> records;
+    std::uint32_t length = 0;
+};
+
+/// From waiting for its turn over reading, file done and frames ready to destroyed. The read thread
+/// alone writes the frames until the file is done, the Store's worker places them in time, and then
+/// the message threads take them. Destroying it frees what it holds and lets the next file start.
+class LogParser : public FrameSource {
+  public:
+    /// What all parsers of a parse share.
+    struct Shared {
+        Shared(const Store& store, bool keepWholeBlocks)
+            : filter(store), keepBlocks(keepWholeBlocks) {}
+
+        const LogFilter filter;
+        ChunkPool chunks;
+        const bool keepBlocks;  ///< keep whole blocks instead of filtering
+    };
+
+    LogParser(std::string path, std::uint64_t startTime);
+    LogParser(const LogParser&) = delete;
+    LogParser& operator=(const LogParser&) = delete;
+    ~LogParser() override;
+
+    /// ERR and PrintMsgError while parsers of an earlier parse are alive.
+    static void resetCounters();
+    static std::shared_ptr<LogParser> create(const std::string& path, std::uint64_t startTime);
+
+    /// Starts the read thread if one of the parserThreadLimit slots is free, or waits for one.
+    /// ERR and PrintMsgError at a second start.
+    bool start(const std::shared_ptr<Shared>& shared, bool wait);
+    /// Blocks until the file is read or stop() was called; whether it is read.
+    bool waitUntilFileDone();
+    bool waitUntilFramesReady() override;
+    /// Puts the frames behind `lastTime`: all times in ms. Moves `firstTime` and `lastTime`, raises
+    /// the ready flag and returns the new base. Store worker only, in order of start time.
+    std::uint64_t fixTimestamps(std::uint64_t base, std::uint64_t& firstTime,
+                                std::uint64_t& lastTime);
+    /// Ends reading and waiting. Any thread.
+    void stop();
+
+    void takeRuns(std::uint32_t interface, std::uint32_t id, const RunConsumer& consume) override;
+
+    /// Frames for bus load and errors; complete once the file is done.
+    [[nodiscard]] const std::vector<OrderedFrame>& orderedFrames() const { return ordered_; }
+    /// With keepBlocks; complete once the file is done.
+    [[nodiscard]] const std::vector<RecordBlock>& blocks() const { return blocks_; }
+    [[nodiscard]] std::size_t recordSize() const { return recordSize_; }
+    /// Absolute time of a frame's time(); once the frames are ready.
+    [[nodiscard]] std::uint64_t baseTime() const { return baseTime_; }
+
+  private:
+    using Group = std::vector<std::unique_ptr<FrameChunk>>;
+
+    bool takeSlot(bool wait);
+    void runReader();
+    void readFile();
+    void readBlocks(int descriptor);
+    void filterBlock(const std::uint8_t* records, std::size_t length);
+    void keepBlock(RecordBlock block);
+    void keepFrame(const std::uint8_t* record, LogFilter::Verdict verdict);
+    /// Follows the counter of a kept record and gives its time(), overflows added.
+    std::uint64_t follow(std::uint32_t timestamp);
+    [[nodiscard]] std::uint64_t chooseBase(std::uint64_t base, std::uint64_t lastTime) const;
+
+    const std::string path_;
+    const std::uint64_t startTime_;  // ms since the epoch
+    const std::uint64_t sequence_;
+    std::shared_ptr<Shared> shared_;  // set by start()
+    std::thread thread_;              // owner: this object; joined by the destructor
+    bool counted_ = false;            // in the number of parsers with data; guarded by the gate
+
+    // Written by the read thread only, until the file is done.
+    bool firstFrame_ = true;
+    std::uint32_t firstTimestamp_ = 0;
+    std::uint32_t lastTimestamp_ = 0;
+    std::uint64_t overflowed_ = 0;          // ms that overflows of the counter add
+    std::vector<std::uint32_t> overflows_;  // the time stamps at which it overflowed
+    std::vector<Group> groups_;             // each is taken by one message thread
+    std::vector<OrderedFrame> ordered_;
+    std::vector<RecordBlock> blocks_;
+    std::size_t recordSize_ = 18;
+
+    std::mutex fileMutex_;  // guards fileDone_
+    std::condition_variable fileCondition_;
+    bool fileDone_ = false;
+
+    std::mutex readyMutex_;  // guards framesReady_
+    std::condition_variable readyCondition_;
+    bool framesReady_ = false;
+    std::uint64_t baseTime_ = 0;  // written before framesReady_
+
+    std::atomic<bool> abort_ = false;
+};
+
+}  // namespace trelis

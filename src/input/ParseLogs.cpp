@@ -1,0 +1,284 @@
+// The pass over all recordings: who waits for whom, and in which order things end.
+#include <cstring>
+#include <deque>
+#include <exception>
+#include <system_error>
+#include <vector>
+
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "input/AscWriter.h"
+#include "input/LogFiles.h"
+#include "input/LogParser.h"
+#include "model/Message.h"
+#include "model/builtin/BitRate.h"
+
+namespace trelis {
+namespace {
+
+constexpr double kProgressOfFiles = 242.25;  // 95 per cent of 255
+
+using Parsers = std::deque<std::shared_ptr<LogParser>>;
+
+// Ends all readers that are left, however the pass ends: message threads then leave, too.
+class ParserStopper {
+  public:
+    explicit ParserStopper(Parsers& parsers) : parsers_(parsers) {}
+    ParserStopper(const ParserStopper&) = delete;
+    ParserStopper& operator=(const ParserStopper&) = delete;
+    ~ParserStopper() {
+        for (const auto& parser : parsers_) parser->stop();
+        parsers_.clear();
+    }
+
+  private:
+    Parsers& parsers_;
+};
+
+void finishMessages(Store& store) {
+    for (const auto& [number, interface] : store.interfaces)
+        for (const auto& [id, message] : interface->messages) message->finish();
+}
+
+// Waits for the messages' threads if the pass ends by an exception, in which case what their end
+// has to say matters no more.
+class MessageFinisher {
+  public:
+    explicit MessageFinisher(Store& store) : store_(store) {}
+    MessageFinisher(const MessageFinisher&) = delete;
+    MessageFinisher& operator=(const MessageFinisher&) = delete;
+    ~MessageFinisher() {
+        if (done_) return;
+        try {
+            finishMessages(store_);
+        } catch (...) {  // NOLINT(bugprone-empty-catch): the first exception is on its way
+        }
+    }
+    void finish() {
+        done_ = true;
+        finishMessages(store_);
+    }
+
+  private:
+    Store& store_;
+    bool done_ = false;
+};
+
+bool wantBitRates(Store& store) {
+    bool wanted = false;
+    for (std::size_t number = 0; number < store.bitRates.size(); ++number) {
+        if (!store.bitRates[number] || !store.bitRates[number]->needsParse) continue;
+        store.wantBitRates = wanted = true;
+        store.interfaceMask |= 1U << (number % 32);
+    }
+    return wanted;
+}
+
+bool startMessageWorkers(Store& store, const Parsers& parsers) {
+    const std::deque<std::shared_ptr<FrameSource>> sources(parsers.begin(), parsers.end());
+    bool wanted = false;
+    for (const auto& [number, interface] : store.interfaces) {
+        for (const auto& [id, message] : interface->messages) {
+            if (message->pendingCount == 0 || !message->startLogWorker(sources)) continue;
+            wanted = true;
+            if (number <= 32) store.interfaceMask |= 1U << (number % 32);
+        }
+    }
+    return wanted;
+}
+
+void startReaders(const Parsers& parsers, std::size_t& started,
+                  const std::shared_ptr<LogParser::Shared>& shared) {
+    while (started < parsers.size() && parsers[started]->start(shared, false)) ++started;
+}
+
+// Bus load and errors are counted over all messages together, so here, in the order of the file.
+void feedOrdered(Store& store, const LogParser& parser) {
+    Frame frame;
+    for (const OrderedFrame& ordered : parser.orderedFrames()) {
+        frame.id = ordered.id;
+        frame.dlc = ordered.dlc;
+        frame.interface = ordered.interface;
+        std::memcpy(frame.data.data(), &ordered.data, sizeof ordered.data);
+        frame.absoluteTime = parser.baseTime() + ordered.time;
+        if ((frame.id & kErrorFrameFlag) == 0) {
+            BitRate* rate = bitRateOf(store, frame.interface);
+            if (rate != nullptr && rate->needsParse) rate->addFrame(frame.absoluteTime, frame);
+        } else if (store.wantErrors) {
+            CanIface* statistics = store.findActiveInterface(frame.interface + kStatisticsOffset);
+            Message* errors = statistics == nullptr ? nullptr : statistics->findActive(1);
+            if (errors != nullptr && errors->pendingCount != 0)
+                errors->postFrame(frame, frame.absoluteTime);
+        }
+    }
+}
+
+template <class T>
+T load(const std::uint8_t* bytes) {
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+void dumpBlocks(AscWriter& writer, const LogParser& parser, bool toStandardOutput) {
+    constexpr std::uint64_t kOverflowMs = 0xFFFFFFFF;
+    const std::size_t size = parser.recordSize();
+    std::uint64_t base = parser.baseTime();
+    std::uint32_t previous = 0;
+    for (const RecordBlock& block : parser.blocks()) {
+        const std::uint8_t* record = block.records.get();
+        for (std::size_t left = block.length; left >= size; left -= size, record += size) {
+            const auto timestamp = load<std::uint32_t>(record);
+            if (timestamp < previous) base += kOverflowMs;
+            previous = timestamp;
+            writer.write(load<std::uint32_t>(record + 4), record[8],
+                         load<std::uint64_t>(record + 9), size > 17 ? record[17] : std::uint8_t{0},
+                         base + timestamp);
+        }
+        if (toStandardOutput) writer.flushIfLate();
+    }
+}
+
+void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
+    const bool changed = store.timeBase.exchange(base) != base;
+    if (changed && store.hooks.timeBaseListener) store.hooks.timeBaseListener(lastTime, base);
+}
+
+// Takes the files in order of start time as they come in.
+void followFiles(Store& store, Parsers& parsers, const std::shared_ptr<LogParser::Shared>& shared) {
+    std::size_t started = 0;
+    startReaders(parsers, started, shared);
+    const double step = kProgressOfFiles / static_cast<double>(parsers.size());
+    for (std::size_t done = 1; !parsers.empty(); ++done) {
+        const std::shared_ptr<LogParser> parser = parsers.front();
+        if (!parser->waitUntilFileDone() || !store.running) return;
+        std::uint64_t first = store.parseFirstTime;
+        std::uint64_t last = store.parseLastTime;
+        const std::uint64_t base = parser->fixTimestamps(store.timeBase, first, last);
+        store.parseFirstTime = first;
+        store.parseLastTime = last;
+        setTimeBase(store, base, last);
+        if (shared->keepBlocks)
+            dumpBlocks(store.ascDump->writer(), *parser, !store.dumpToFile);
+        else
+            feedOrdered(store, *parser);
+        parsers.pop_front();
+        --started;
+        startReaders(parsers, started, shared);
+        store.progress = static_cast<std::int32_t>(step * static_cast<double>(done));
+        if (!store.dumpToFile) store.emitStatus();
+    }
+}
+
+void takeBounds(Store& store) {
+    store.firstTime = std::min(store.firstTime.load(), store.parseFirstTime.load());
+    store.lastTime = std::max(store.lastTime.load(), store.parseLastTime.load());
+    if (store.intervalSet) return;
+    store.intervalStart = store.firstTime.load();
+    store.intervalEnd = store.lastTime.load();
+}
+
+Parsers makeParsers(const Store& store) {
+    Parsers parsers;
+    for (const auto& [path, start] : store.logFilesByStart)
+        parsers.push_back(LogParser::create(path, static_cast<std::uint64_t>(start)));
+    return parsers;
+}
+
+void resetParse(Store& store) {
+    store.timeBase = 0;
+    store.parseFirstTime = Store::kNoTime;
+    store.parseLastTime = 0;
+}
+
+// Clears the request for a dump whatever happens, so that one that failed does not block the next.
+struct DumpRequest {
+    Store& store;
+    explicit DumpRequest(Store& owner) : store(owner) {}
+    DumpRequest(const DumpRequest&) = delete;
+    DumpRequest& operator=(const DumpRequest&) = delete;
+    ~DumpRequest() {
+        store.ascDump.reset();
+        store.dumpToFile = false;
+    }
+};
+
+bool beginDump(Store& store) {
+    try {
+        store.ascDump = std::make_shared<AscDump>(store);
+        return true;
+    } catch (const std::system_error& error) {
+        report(Level::kWarning, format("Could not open %s, %s", store.dumpPath.c_str(),
+                                       error.code().message().c_str()));
+        return false;
+    }
+}
+
+void dumpLogs(Store& store) {
+    const DumpRequest request(store);
+    const bool toFile = store.dumpToFile;
+    if (!beginDump(store)) return;
+    LogParser::resetCounters();
+    Parsers parsers = makeParsers(store);
+    {
+        const ParserStopper stopper(parsers);
+        followFiles(store, parsers, std::make_shared<LogParser::Shared>(store, true));
+    }
+    const bool begun = store.ascDump->writer().isBegun();
+    try {
+        store.ascDump->commit();
+    } catch (const std::system_error& error) {
+        if (!toFile) throw;
+        report(Level::kWarning, format("Could not open %s, %s", store.dumpPath.c_str(),
+                                       error.code().message().c_str()));
+        return;
+    }
+    takeBounds(store);
+    if (!toFile) return;
+    report(Level::kInfo, begun ? format("Data written to %s", store.dumpPath.c_str())
+                               : std::string("No data in selected interval"));
+    store.dumpToFile = false;
+    store.recount();
+    store.emitData();
+}
+
+void decodeLogs(Store& store) {
+    if (store.counts.pendingCount == 0) return;
+    resetParse(store);
+    store.buildActiveMaps();
+    bool wanted = wantBitRates(store);
+    LogParser::resetCounters();
+    Parsers parsers = makeParsers(store);
+    MessageFinisher finisher(store);
+    {
+        const ParserStopper stopper(parsers);
+        wanted = startMessageWorkers(store, parsers) || wanted;
+        if (wanted && !parsers.empty()) {
+            followFiles(store, parsers, std::make_shared<LogParser::Shared>(store, false));
+            takeBounds(store);
+        }
+    }
+    finisher.finish();
+    for (const auto& rate : store.bitRates)
+        if (rate) rate->flushSamples();
+    store.progress = -1;
+    store.emitStatus();
+    store.recount();
+    store.emitData();
+}
+
+}  // namespace
+
+void parseLogs(Store& store) {
+    store.wantBitRates = false;
+    store.wantErrors = false;
+    store.interfaceMask = 0;
+    if (store.dumpAsc || store.dumpToFile) {
+        resetParse(store);
+        dumpLogs(store);
+    } else {
+        decodeLogs(store);
+    }
+}
+
+}  // namespace trelis
