@@ -1,0 +1,116 @@
+// The large time plot of the main window.
+#pragma once
+
+#include <gtkmm/drawingarea.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "plot/paint/PlotPicture.h"
+#include "plot/paint/RulerLayout.h"
+#include "plot/paint/ViewMath.h"
+
+namespace trelis {
+
+class PlotHost;
+class Settings;
+class Signal;
+class Store;
+class TimeBox;
+
+/// Shows Store::selectedSignals over the interval of the TimeBox, all in one row or each in its
+/// own, with two rulers. Curves are drawn by the threads of its PlotPicture; until a new picture is
+/// in, the last one is stretched to the present view. Main thread only; all references must outlive
+/// the widget.
+class SubPlot : public Gtk::DrawingArea {
+  public:
+    SubPlot(Store& store, TimeBox& timeBox, Settings& settings, PlotHost& host);
+    ~SubPlot() override;
+
+    /// Marks one of the keys 'H', 'C', 'F', 'S' as held, which turns the next clicks into row
+    /// actions; other keys are ignored.
+    void setKeyHeld(char key, bool held);
+    /// Narrows the data to the rulers, or to the view if they are not both set.
+    void crop();
+    void deleteRulers();
+    /// Opens the sample table over the rulers, or over the view.
+    void copySignals();
+    /// Asks for a file and has the frames between the rulers, or of the view, written to it.
+    void dumpToAsc();
+    /// Cancels all painting and forgets the picture: the model is about to be dropped.
+    void stopPainting();
+    /// Lets the row of a signal flash for a second, in the split view.
+    void highlightRow(const std::shared_ptr<Signal>& signal);
+    /// Places the rulers for a linked program, without telling it. Negative means unset.
+    void takeRulers(std::int64_t left, std::int64_t right);
+
+  protected:
+    bool on_button_press_event(GdkEventButton* event) override;
+    bool on_button_release_event(GdkEventButton* event) override;
+    bool on_scroll_event(GdkEventScroll* event) override;
+    bool on_motion_notify_event(GdkEventMotion* event) override;
+    bool on_draw(const Cairo::RefPtr<Cairo::Context>& cr) override;
+    bool on_key_press_event(GdkEventKey* event) override;
+    bool on_configure_event(GdkEventConfigure* event) override;
+
+  private:
+    void onTimeChanged();
+    void onDataChanged();
+    void onPainted();
+    void render();
+    /// Arranges one later repaint (1) or rendering (2), unless one of that level waits.
+    void scheduleRefresh(int level, unsigned delayMs);
+    bool onRefresh(int level);
+    void clearBusy();
+
+    void drawHighlight(const Cairo::RefPtr<Cairo::Context>& cr);
+    void drawRulers(const Cairo::RefPtr<Cairo::Context>& cr);
+    void drawLabel(const Cairo::RefPtr<Cairo::Context>& cr, const RulerLabel& label);
+    /// The rows with their values at the rulers; a signal that is being written keeps its last
+    /// known values and asks for another look.
+    std::vector<RulerRow> rulerRows();
+    [[nodiscard]] std::vector<RulerLabel> timeLabels(const RulerColumns& columns) const;
+
+    void applyView(TimeSpan view);
+    void moveRuler(double x);
+    void publishRulers();
+    void setRowAction(const std::shared_ptr<Signal>& signal);
+    [[nodiscard]] bool anyKeyHeld() const { return holdH_ || holdC_ || holdF_ || holdS_; }
+    [[nodiscard]] std::shared_ptr<Signal> signalAtRow(double y) const;
+    [[nodiscard]] TimeSpan view() const { return {viewStart_, viewEnd_}; }
+    [[nodiscard]] TimeSpan bounds() const;
+    [[nodiscard]] int rowHeight() const;
+    [[nodiscard]] std::string chooseDumpFile();
+
+    Store& store_;
+    TimeBox& timeBox_;
+    Settings& settings_;
+    PlotHost& host_;
+
+    int timeStrip_;         ///< px kept free at the bottom for time labels
+    int refreshLevel_ = 0;  ///< pending one-shot refresh: 0 none, 1 repaint, 2 render
+    sigc::connection refreshTimer_;
+    bool busyMarked_ = false;  ///< the Store was told that this plot paints
+    std::uint64_t viewStart_ = 0;
+    std::uint64_t viewEnd_ = 0;
+
+    std::shared_ptr<Signal> highlightSignal_;  ///< row that flashes
+    std::int64_t highlightEnd_ = 0;            ///< ms of the monotonic clock; 0 none
+    int highlightY_ = 0;                       ///< top of that row
+
+    bool leftDrag_ = false;
+    bool rightDrag_ = false;
+    bool holdH_ = false;
+    bool holdC_ = false;
+    bool holdF_ = false;
+    bool holdS_ = false;
+    std::string dumpFolder_;  ///< folder of the last dump
+    std::vector<RulerRow> lastRows_;
+    std::vector<sigc::connection> connections_;
+
+    PlotPicture picture_;  ///< last: its threads end before anything else goes
+};
+
+}  // namespace trelis

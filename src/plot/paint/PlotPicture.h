@@ -1,0 +1,69 @@
+// The finished picture of a plot, and the painting of the next one.
+#pragma once
+
+#include <cairomm/surface.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "app/store/Notifier.h"
+#include "plot/paint/PainterThreadPool.h"
+#include "plot/paint/PictureLayout.h"
+
+namespace trelis {
+
+struct PaintSignal {
+    std::shared_ptr<Signal> signal;
+    Colour colour;
+};
+
+/// Draws each signal on a pool thread and joins the images, in the order of the signals, when the
+/// last one is in. A new rendering cancels the one before; what still arrives of it is known by its
+/// generation and dropped. Made, started, stopped and destroyed on the main thread.
+class PlotPicture : public PainterThreadPoolUser {
+  public:
+    static constexpr int kThreads = 8;
+
+    PlotPicture();
+    ~PlotPicture() override;
+
+    /// Starts drawing. The last picture stays until the new one is complete.
+    void start(const PictureLayout& layout, const std::vector<PaintSignal>& signals);
+    /// Cancels the painting and forgets the picture.
+    void stop();
+    [[nodiscard]] bool isPainting() const;
+
+    /// Shows the finished picture, if there is one, and says so. The lock that keeps the picture
+    /// in place is held during the call.
+    bool visit(const std::function<void(const Cairo::RefPtr<Cairo::ImageSurface>&,
+                                        const PictureLayout&)>& show) const;
+
+    void onPainterDone(std::shared_ptr<PainterTask> task) override;
+
+    /// A picture is complete. Emitted by a pool thread, received by the main loop.
+    Notifier painted;
+
+  private:
+    using Surface = Cairo::RefPtr<Cairo::ImageSurface>;
+
+    static void join(Surface& canvas, const PictureLayout& layout,
+                     const std::vector<std::shared_ptr<PainterTask>>& tasks);
+
+    // Guards everything below but pool_. The count of a Cairo::RefPtr is not atomic, so surfaces
+    // change hands by swap under this mutex only and each has one owner at a time.
+    mutable std::mutex mutex_;
+    std::uint32_t generation_ = 0;
+    std::size_t pendingTasks_ = 0;
+    std::vector<std::shared_ptr<PainterTask>> doneTasks_;  ///< by index; empty until done
+    PictureLayout layout_;                                 ///< of the rendering under way
+    Surface shown_;                                        ///< the finished picture, or empty
+    PictureLayout shownLayout_;
+    Surface spare_;  ///< the picture before: its memory serves the next one
+
+    PainterThreadPool pool_;  ///< last: its threads end before what they hand tasks to
+};
+
+}  // namespace trelis
