@@ -137,12 +137,19 @@ bool Signal::usesSignal(const std::string& /*fullName*/) const { return false; }
 void Signal::decodeFrame(const Frame& /*frame*/) {}
 
 void Signal::clearSamples() {
+    // A painter may still be looking at the samples of the last parse.
+    const auto lock = mutex ? std::unique_lock(*mutex) : std::unique_lock<std::mutex>();
     samples_.clear();
     hasData = false;
     needsParse = selected || useCount != 0;
     intervalActive = false;
     visibleMin = min = kHighest;
     visibleMax = max = kLowest;
+}
+
+void Signal::releaseSamples() {
+    const std::lock_guard lock(*mutex);
+    samples_.release();
 }
 
 void Signal::resetAll() {

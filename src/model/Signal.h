@@ -51,8 +51,11 @@ class Signal : public std::enable_shared_from_this<Signal> {
     /// Decodes the signal from a frame of its message. Only real signals do.
     virtual void decodeFrame(const Frame& frame);
     /// Forgets the samples, keeps their memory, and asks for a parse if anybody uses the signal.
-    /// Only between parses; takes no lock.
+    /// Only between parses. Locks `mutex`.
     virtual void clearSamples();
+
+    /// Frees the samples and their memory; nothing else changes. Locks `mutex`.
+    void releaseSamples();
 
     /// clearSamples and no users any more: the model is about to be dropped.
     void resetAll();
@@ -108,8 +111,6 @@ class Signal : public std::enable_shared_from_this<Signal> {
     std::string comment;
 
   protected:
-    /// Frees the samples and their memory. The caller holds `mutex` or no parse runs.
-    void releaseSamples() { samples_.release(); }
     [[nodiscard]] bool liveStorage() const;
 
     /// The rules of storage without and with `liveMode`; inline, since they run for every value.
