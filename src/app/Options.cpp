@@ -13,7 +13,6 @@
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 
-
 namespace trelis {
 namespace {
 
@@ -120,8 +119,8 @@ bool applyCanInterface(Store& store, std::string_view name) {
 std::optional<int> readOptions(Store& store, StartUp& startUp, int argc, char** argv) {
     optind = 0;  // getopt starts anew
     for (;;) {
-        const int letter = getopt_long(argc, argv, "d:n:y:p:k:f:vls:het:car:gqomi",
-                                       kLongOptions.data(), nullptr);
+        const int letter =
+            getopt_long(argc, argv, "d:n:y:p:k:f:vls:het:car:gqomi", kLongOptions.data(), nullptr);
         if (letter == -1) break;
         if (applySetting(store, startUp, letter, optarg)) continue;
         switch (letter) {

@@ -32,8 +32,7 @@ bool endsWithIgnoringCase(std::string_view text, std::string_view lowerSuffix) {
 void scanDirectory(Store& store, const std::string& path, int depth) {
     Glib::Dir directory(path);
     if (depth == 0) {
-        report(Level::kWarning,
-               "Log file directory structure to deep, will not parse: " + path);
+        report(Level::kWarning, "Log file directory structure to deep, will not parse: " + path);
         return;
     }
     for (const std::string& name : directory) {

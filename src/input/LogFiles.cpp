@@ -29,10 +29,10 @@ std::optional<HeaderLine> scanHeader(const char* line) {
     std::array<char, 4> weekday{};
     std::array<char, 9> device{};
     std::tm& time = header.time;
-    const int fields = std::sscanf(line, "Log started at %3s %4d-%2d-%2d %2d:%2d:%2d.%3d on %8s",
-                                   weekday.data(), &time.tm_year, &time.tm_mon, &time.tm_mday,
-                                   &time.tm_hour, &time.tm_min, &time.tm_sec,
-                                   &header.milliseconds, device.data());
+    const int fields =
+        std::sscanf(line, "Log started at %3s %4d-%2d-%2d %2d:%2d:%2d.%3d on %8s", weekday.data(),
+                    &time.tm_year, &time.tm_mon, &time.tm_mday, &time.tm_hour, &time.tm_min,
+                    &time.tm_sec, &header.milliseconds, device.data());
     if (fields != 7 && fields != 9) return std::nullopt;
     time.tm_year -= 1900;
     time.tm_mon -= 1;
@@ -65,8 +65,7 @@ std::int64_t readLogStartTime(Store& store, const std::string& path) {
     std::array<char, kSecondLine.size()> second{};
     file.read(second.data(), static_cast<std::streamsize>(second.size()));
     if (!file || std::string_view(second.data(), second.size()) != kSecondLine) return -1;
-    const std::int64_t start =
-        std::int64_t{timegm(&header->time)} * 1000 + header->milliseconds;
+    const std::int64_t start = std::int64_t{timegm(&header->time)} * 1000 + header->milliseconds;
     if (start < 0)
         report(Level::kInfo,
                format("Failed to read start time from: %s, skipping\n", path.c_str()));

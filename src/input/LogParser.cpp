@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -45,8 +46,7 @@ Gate& gate() {
 std::uint64_t threadLimit() {
     if (parserThreadLimit == -1) {
         const unsigned hardware = std::thread::hardware_concurrency();
-        parserThreadLimit =
-            hardware == 0 ? kUnknownThreads : static_cast<std::int32_t>(hardware);
+        parserThreadLimit = hardware == 0 ? kUnknownThreads : static_cast<std::int32_t>(hardware);
     }
     return static_cast<std::uint64_t>(std::max(parserThreadLimit, 1));
 }
@@ -138,8 +138,7 @@ void LogParser::runReader() {
     {
         std::unique_lock lock(gate().mutex);
         gate().condition.wait(lock, [this] {
-            return abort_ ||
-                   (gate().hasData < 2 * threadLimit() && gate().nextToRead == sequence_);
+            return abort_ || (gate().hasData < 2 * threadLimit() && gate().nextToRead == sequence_);
         });
         if (!abort_) {
             turn = true;
@@ -179,11 +178,11 @@ void LogParser::readFile() {
 void LogParser::readBlocks(int descriptor) {
     StreamCodec codec;
     initStreamCodec(codec, 1);
-    for (int newlines = 0; newlines < 2;) {
+    std::uint64_t position = 0;
+    for (int newlines = 0; newlines < 2; ++position) {
         std::uint8_t byte = 0;
         if (readFully(codec, descriptor, {&byte, 1}) != kStreamDone) {
-            report(Level::kWarning,
-                   format("Could not find header of file: %s\n", path_.c_str()));
+            report(Level::kWarning, format("Could not find header of file: %s\n", path_.c_str()));
             return;
         }
         if (byte == '\n') ++newlines;
@@ -197,7 +196,15 @@ void LogParser::readBlocks(int descriptor) {
             out = {block.records.get(), RecordBlock::kCapacity};
         }
         std::int32_t length = 0;
-        if (readBlockInto(codec, descriptor, out, length) != kStreamBlock) break;
+        const int result = readBlockInto(codec, descriptor, out, length);
+        if (result != kStreamBlock) {
+            struct stat status {};
+            const bool cut = result == kStreamEnd && ::fstat(descriptor, &status) == 0 &&
+                             position < static_cast<std::uint64_t>(status.st_size);
+            if (cut || result == kStreamError) damagedBehind_ = position;
+            break;
+        }
+        position += kBlockHeadSize + static_cast<std::uint64_t>(codec.inLength);
         recordSize_ = static_cast<std::size_t>(codec.recordSize);
         if (shared_->keepBlocks) {
             block.length = static_cast<std::uint32_t>(length);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -75,6 +76,11 @@ class LogParser : public FrameSource {
 
     void takeRuns(std::uint32_t interface, std::uint32_t id, const RunConsumer& consume) override;
 
+    /// Offset in the file behind which it could not be read, if it is damaged or cut off inside a
+    /// block; once the file is done.
+    [[nodiscard]] std::optional<std::uint64_t> damagedBehind() const { return damagedBehind_; }
+    [[nodiscard]] const std::string& path() const { return path_; }
+
     /// Frames for bus load and errors; complete once the file is done.
     [[nodiscard]] const std::vector<OrderedFrame>& orderedFrames() const { return ordered_; }
     /// With keepBlocks; complete once the file is done.
@@ -114,6 +120,7 @@ class LogParser : public FrameSource {
     std::vector<OrderedFrame> ordered_;
     std::vector<RecordBlock> blocks_;
     std::size_t recordSize_ = 18;
+    std::optional<std::uint64_t> damagedBehind_;
 
     std::mutex fileMutex_;  // guards fileDone_
     std::condition_variable fileCondition_;

@@ -27,7 +27,8 @@ class ParserStopper {
     ParserStopper(const ParserStopper&) = delete;
     ParserStopper& operator=(const ParserStopper&) = delete;
     ~ParserStopper() {
-        for (const auto& parser : parsers_) parser->stop();
+        for (const auto& parser : parsers_)
+            parser->stop();
         parsers_.clear();
     }
 
@@ -37,7 +38,8 @@ class ParserStopper {
 
 void finishMessages(Store& store) {
     for (const auto& [number, interface] : store.interfaces)
-        for (const auto& [id, message] : interface->messages) message->finish();
+        for (const auto& [id, message] : interface->messages)
+            message->finish();
 }
 
 // Waits for the messages' threads if the pass ends by an exception, in which case what their end
@@ -89,7 +91,8 @@ bool startMessageWorkers(Store& store, const Parsers& parsers) {
 
 void startReaders(const Parsers& parsers, std::size_t& started,
                   const std::shared_ptr<LogParser::Shared>& shared) {
-    while (started < parsers.size() && parsers[started]->start(shared, false)) ++started;
+    while (started < parsers.size() && parsers[started]->start(shared, false))
+        ++started;
 }
 
 // Bus load and errors are counted over all messages together, so here, in the order of the file.
@@ -139,6 +142,31 @@ void dumpBlocks(AscWriter& writer, const LogParser& parser, bool toStandardOutpu
     }
 }
 
+// Gathers what could not be read, to be told once: a logger that loses power leaves a cut block in
+// every file.
+class Damage {
+  public:
+    void note(const LogParser& parser) {
+        const auto offset = parser.damagedBehind();
+        if (!offset) return;
+        if (count_++ == 0)
+            first_ = format("%s behind byte %llu", parser.path().c_str(),
+                            static_cast<unsigned long long>(*offset));
+    }
+    void tell() const {
+        if (count_ == 0) return;
+        report(
+            Level::kWarning,
+            format(
+                "%zu damaged or cut off log file%s, all frames before the damage were read: %s%s",
+                count_, count_ == 1 ? "" : "s", first_.c_str(), count_ == 1 ? "" : ", ..."));
+    }
+
+  private:
+    std::size_t count_ = 0;
+    std::string first_;
+};
+
 void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
     const bool changed = store.timeBase.exchange(base) != base;
     if (changed && store.hooks.timeBaseListener) store.hooks.timeBaseListener(lastTime, base);
@@ -148,10 +176,12 @@ void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
 void followFiles(Store& store, Parsers& parsers, const std::shared_ptr<LogParser::Shared>& shared) {
     std::size_t started = 0;
     startReaders(parsers, started, shared);
+    Damage damage;
     const double step = kProgressOfFiles / static_cast<double>(parsers.size());
     for (std::size_t done = 1; !parsers.empty(); ++done) {
         const std::shared_ptr<LogParser> parser = parsers.front();
-        if (!parser->waitUntilFileDone() || !store.running) return;
+        if (!parser->waitUntilFileDone() || !store.running) break;
+        damage.note(*parser);
         std::uint64_t first = store.parseFirstTime;
         std::uint64_t last = store.parseLastTime;
         const std::uint64_t base = parser->fixTimestamps(store.timeBase, first, last);
@@ -168,6 +198,7 @@ void followFiles(Store& store, Parsers& parsers, const std::shared_ptr<LogParser
         store.progress = static_cast<std::int32_t>(step * static_cast<double>(done));
         if (!store.dumpToFile) store.emitStatus();
     }
+    damage.tell();
 }
 
 void takeBounds(Store& store) {

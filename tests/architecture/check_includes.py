@@ -19,7 +19,7 @@ MAY_INCLUDE = {
     "virtual": ENGINE,
     "app/store": ENGINE,
     "config/settings": ENGINE,
-    "config/link": ["app/diagnostics"],
+    "config/link": ENGINE + ["app/store"],
     "model/builtin": ENGINE + ["virtual", "app/store"],
     "input": ENGINE + ["virtual", "app/store", "config/settings", "model/builtin", "input/stream"],
     "plot/paint": ENGINE + ["app/store", "config/settings"],

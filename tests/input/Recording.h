@@ -1,0 +1,87 @@
+// Builds recordings in memory for tests: any header, any block, any damage.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <lz4.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "model/Frame.h"
+
+namespace trelis::test {
+
+/// A directory that goes with the test.
+class ScratchFolder {
+  public:
+    ScratchFolder() {
+        std::string pattern = testing::TempDir() + "sigmiraXXXXXX";
+        path_ = ::mkdtemp(pattern.data());
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
+
+    [[nodiscard]] std::string file(const std::string& name) const { return path_ + "/" + name; }
+    std::string write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(file(name), std::ios::binary) << bytes;
+        return file(name);
+    }
+
+  private:
+    std::string path_;
+};
+
+inline Frame frameAt(std::uint32_t timestamp, std::uint32_t id, std::uint64_t data = 0,
+                     std::uint8_t interface = 0, std::uint8_t dlc = 8) {
+    Frame frame;
+    frame.timestamp = timestamp;
+    frame.id = id;
+    frame.dlc = dlc;
+    frame.interface = interface;
+    std::memcpy(frame.data.data(), &data, sizeof data);
+    return frame;
+}
+
+class Recording {
+  public:
+    /// `start`: what stands behind "Log started at " in the first line.
+    explicit Recording(const std::string& start = "Mon 2024-03-04 08:00:00.000 on TESTLOG",
+                       std::size_t recordSize = 18)
+        : bytes("Log started at " + start + "\nLOGSTART\n"), recordSize_(recordSize) {}
+
+    Recording& frames(const std::vector<Frame>& list) {
+        std::string records;
+        for (const Frame& frame : list)
+            records.append(reinterpret_cast<const char*>(&frame), recordSize_);
+        return block(records);
+    }
+    /// One block of any content.
+    Recording& block(const std::string& content) {
+        std::string packed(
+            static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(content.size()))), '\0');
+        const int length =
+            LZ4_compress_default(content.data(), packed.data(), static_cast<int>(content.size()),
+                                 static_cast<int>(packed.size()));
+        packed.resize(static_cast<std::size_t>(length));
+        return raw(recordSize_ == 18 ? 0x2018124CU : 0x184C2102U,
+                   static_cast<std::uint32_t>(length), packed);
+    }
+    Recording& raw(std::uint32_t magic, std::uint32_t length, const std::string& packed) {
+        bytes.append(reinterpret_cast<const char*>(&magic), 4);
+        bytes.append(reinterpret_cast<const char*>(&length), 4);
+        bytes += packed;
+        return *this;
+    }
+
+    std::string bytes;
+
+  private:
+    std::size_t recordSize_;
+};
+
+}  // namespace trelis::test
