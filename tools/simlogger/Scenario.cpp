@@ -30,11 +30,12 @@ void checkSignal(const MessageSpec& message, const SignalSpec& signal) {
     if (!SignalLayout::fits(signal))
         throw ScenarioError(where + "the bits do not lie within the eight data bytes");
     if (signal.factor == 0.0) throw ScenarioError(where + "the factor is 0");
-    if (signal.isFloat &&
-        (signal.bits != 32 || (signal.start + (signal.bigEndian ? 1 : 0)) % 8 != 0))
+    const bool wholeBytes = (signal.start + (signal.bigEndian ? 1 : 0)) % 8 == 0;
+    if (signal.isFloat && (signal.bits != 32 || !wholeBytes))
         throw ScenarioError(where + "a float takes four whole bytes");
-    if (signal.model.kind == ModelKind::kChecksum && (signal.bits != 8 || signal.isSigned))
-        throw ScenarioError(where + "a checksum is 8 bits long");
+    if (signal.model.kind == ModelKind::kChecksum &&
+        (signal.bits != 8 || signal.isSigned || !wholeBytes))
+        throw ScenarioError(where + "a checksum takes one whole byte and is unsigned");
 }
 
 void checkMessage(const Scenario& scenario, const MessageSpec& message) {

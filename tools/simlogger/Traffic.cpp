@@ -26,11 +26,11 @@ constexpr std::array<std::uint8_t, 256> makeCrcTable() {
 }
 constexpr auto kCrcTable = makeCrcTable();
 
-/// Over the `length` first bytes of `word`, in which the checksum's own bits are 0.
-std::uint8_t checksumOf(std::uint64_t word, unsigned length) {
+/// Over the `length` first bytes of `word` but the one that holds the checksum itself.
+std::uint8_t checksumOf(std::uint64_t word, unsigned length, unsigned ownByte) {
     std::uint8_t crc = 0xFF;
     for (unsigned i = 0; i < length; ++i)
-        crc = kCrcTable[crc ^ static_cast<std::uint8_t>(word >> (8 * i))];
+        if (i != ownByte) crc = kCrcTable[crc ^ static_cast<std::uint8_t>(word >> (8 * i))];
     return static_cast<std::uint8_t>(crc ^ 0xFFU);
 }
 
@@ -180,9 +180,9 @@ std::uint64_t Traffic::nextData(LiveMessage& message, std::uint64_t timeMs) {
             word = signal.layout.put(word, static_cast<std::uint64_t>(signal.raw));
     }
     if (message.checksum < message.signals.size()) {
-        const SignalLayout& layout = message.signals[message.checksum].layout;
-        word = layout.put(word, 0);
-        word = layout.put(word, checksumOf(word, std::min<unsigned>(message.spec->length, 8)));
+        const LiveSignal& signal = message.signals[message.checksum];
+        const unsigned length = std::min<unsigned>(message.spec->length, 8);
+        word = signal.layout.put(word, checksumOf(word, length, signal.spec->start / 8));
     }
     message.word = word;
     return word & dataMask(message.spec->length);
