@@ -9,6 +9,7 @@
 #include <charconv>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 #include <system_error>
 
 #include "app/store/FormatTime.h"
@@ -96,33 +97,25 @@ void AscWriter::writeHeading(std::uint64_t time) {
     begun_ = true;
 }
 
-char* AscWriter::appendTime(char* out, std::uint64_t time) {
-    const std::uint64_t shown = dates_ ? time : time - startTime_;
-    const std::uint64_t second = shown / 1000;
-    const auto ms = static_cast<std::size_t>(shown - second * 1000);
-    if (second != second_) {
-        second_ = second;
-        if (dates_) {
-            std::array<char, 64> text{};
-            formatTime(store_, static_cast<std::int64_t>(second * 1000), text.data(), text.size(),
-                       true, true);
-            secondText_ = text.data();
-            secondText_.resize(secondText_.rfind('.') + 1);  // npos + 1 is 0: no date, no text
-        } else {
-            secondText_ = std::to_string(second) + ".";
-        }
+void AscWriter::beginSecond(std::uint64_t time) {
+    const std::uint64_t seconds = time / 1000;
+    second_ = seconds * 1000;
+    if (!dates_) {
+        char* const end = std::to_chars(secondText_.data(), secondText_.data() + secondText_.size(),
+                                        seconds - startTime_ / 1000)
+                              .ptr;
+        *end = '.';
+        secondLength_ = static_cast<std::size_t>(end - secondText_.data()) + 1;
+        return;
     }
-    out = std::copy(secondText_.begin(), secondText_.end(), out);
-    std::memcpy(out, kMillisecondTexts.data() + ms * 4, 4);
-    return out + (dates_ ? 3 : 4);
+    formatTime(store_, static_cast<std::int64_t>(second_), secondText_.data(), secondText_.size(),
+               true, true);
+    // npos + 1 is 0: a time that is no date has no text.
+    secondLength_ = std::string_view(secondText_.data()).rfind('.') + 1;
 }
 
-const AscWriter::Head& AscWriter::headOf(std::uint32_t id, unsigned length,
-                                         std::uint8_t interface) {
-    const std::uint64_t key = std::uint64_t{id} << 16 | std::uint64_t{interface} << 8 | length;
-    Head& head = (*heads_)[(key * 0x9E3779B97F4A7C15U) >> 52];
-    if (head.key == key) [[likely]]
-        return head;
+void AscWriter::fillHead(Head& head, std::uint64_t key, std::uint32_t id, unsigned length,
+                         std::uint8_t interface) {
     char* out = head.text.data();
     char* const end = out + head.text.size();
     *out++ = ' ';
@@ -137,9 +130,10 @@ const AscWriter::Head& AscWriter::headOf(std::uint32_t id, unsigned length,
     out = std::to_chars(out, end, length).ptr;
     head.length = static_cast<std::uint32_t>(out - head.text.data());
     head.key = key;
-    return head;
 }
 
+// A line is put together from pieces of fixed size, each written in full and then overlapped by the
+// next: no piece depends on a loop over its length.
 void AscWriter::write(std::uint32_t id, std::uint8_t dlc, std::uint64_t data,
                       std::uint8_t interface, std::uint64_t time) {
     if ((id & kErrorFrameFlag) != 0 || interface == kLoggerInterface) return;
@@ -147,13 +141,22 @@ void AscWriter::write(std::uint32_t id, std::uint8_t dlc, std::uint64_t data,
     if (!begun_) [[unlikely]]
         writeHeading(time);
     if ((id & kRemoteFrameFlag) != 0) return;
+    if (time - second_ >= 1000) beginSecond(time);
+    char* out = next_;
+    std::memcpy(out, secondText_.data(), secondText_.size());
+    out += secondLength_;
+    std::memcpy(out, kMillisecondTexts.data() + (time - second_) * 4, 4);
+    out += dates_ ? 3 : 4;
+
     const unsigned length = dataLength(dlc);
-    char* out = appendTime(next_, time);
-    const Head& head = headOf(id, length, interface);
+    const std::uint64_t key = std::uint64_t{id} << 16 | std::uint64_t{interface} << 8 | length;
+    Head& head = (*heads_)[(key * 0x9E3779B97F4A7C15U) >> 52];
+    if (head.key != key) fillHead(head, key, id, length, interface);
     std::memcpy(out, head.text.data(), head.text.size());
     out += head.length;
-    for (unsigned i = 0; i < length; ++i, data >>= 8, out += 3)
-        std::memcpy(out, kByteTexts.data() + (data & 0xFF) * 4, 4);
+    for (unsigned i = 0; i < 8; ++i)
+        std::memcpy(out + std::size_t{i} * 3, kByteTexts.data() + (data >> (8 * i) & 0xFF) * 4, 4);
+    out += std::size_t{length} * 3;
     *out++ = '\n';
     next_ = out;
     if (next_ - buffer_.data() >= static_cast<std::ptrdiff_t>(kBufferBytes)) flush();

@@ -38,15 +38,16 @@ class AscWriter {
     struct Head {  // " 1 123x Rx d 8" of one id, length and interface
         std::uint64_t key = ~std::uint64_t{0};
         std::uint32_t length = 0;
-        std::array<char, 36> text{};
+        std::array<char, 32> text{};
     };
     static constexpr std::size_t kHeads = 4096;
     static constexpr std::size_t kBufferBytes = 256 * 1024;
     static constexpr std::size_t kLongestLine = 256;
 
     void writeHeading(std::uint64_t time);
-    char* appendTime(char* out, std::uint64_t time);
-    const Head& headOf(std::uint32_t id, unsigned length, std::uint8_t interface);
+    void beginSecond(std::uint64_t time);
+    static void fillHead(Head& head, std::uint64_t key, std::uint32_t id, unsigned length,
+                         std::uint8_t interface);
 
     const Store& store_;
     const int descriptor_;
@@ -54,8 +55,10 @@ class AscWriter {
     const bool dates_;
     bool begun_ = false;
     std::uint64_t startTime_ = 0;  // whole second of the first frame, ms
-    std::uint64_t second_ = ~std::uint64_t{0};  // of secondText_
-    std::string secondText_;
+    // The text of a time up to its milliseconds, and the absolute time in ms that it stands for.
+    std::uint64_t second_ = ~std::uint64_t{0} - 1000;
+    std::size_t secondLength_ = 0;
+    std::array<char, 48> secondText_{};
     std::vector<char> buffer_;
     char* next_;
     std::int64_t flushedAt_;  // s

@@ -1,8 +1,9 @@
-// Memory for the frames of recordings between reading and decoding.
+// Memory for the frames of recordings between reading and use.
 #pragma once
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -19,16 +20,40 @@ struct FrameChunk {
     std::array<StoredFrame, kCapacity> frames;
 };
 
-/// Keeps chunks that were decoded for the next file: pages that are resident already cost nothing,
-/// fresh ones cost more than the frames in them. Any thread.
-class ChunkPool {
+/// A whole unpacked block of a recording, for the dump: nothing is filtered and nothing is copied.
+struct RecordBlock {
+    static constexpr std::size_t kCapacity = 18000;
+
+    std::uint32_t length = 0;
+    std::array<std::uint8_t, kCapacity> records;
+};
+
+/// Keeps pieces of memory that are done with for the next file: pages that are resident already
+/// cost nothing, fresh ones cost more than the frames in them. Any thread.
+template <class T>
+class Pool {
   public:
-    std::unique_ptr<FrameChunk> take();
-    void giveBack(std::unique_ptr<FrameChunk> chunk);
+    /// A piece with any content.
+    std::unique_ptr<T> take() {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!free_.empty()) {
+                std::unique_ptr<T> piece = std::move(free_.back());
+                free_.pop_back();
+                return piece;
+            }
+        }
+        return std::make_unique_for_overwrite<T>();
+    }
+    void giveBack(std::unique_ptr<T> piece) {
+        if (!piece) return;
+        const std::lock_guard lock(mutex_);
+        free_.push_back(std::move(piece));
+    }
 
   private:
     std::mutex mutex_;  // guards free_
-    std::vector<std::unique_ptr<FrameChunk>> free_;
+    std::vector<std::unique_ptr<T>> free_;
 };
 
 }  // namespace trelis

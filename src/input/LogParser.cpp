@@ -20,12 +20,11 @@ std::int32_t parserThreadLimit = -1;
 
 namespace {
 
-// What is added when the 32-bit counter overflows: one less than its range, as recordings in the
-// field are read by everybody.
-constexpr std::uint64_t kOverflowMs = 0xFFFFFFFF;
 // A file whose start lies this much or more behind the running base was recorded after a break.
 constexpr std::int64_t kBreakMs = 20001;
 constexpr std::int32_t kUnknownThreads = 20;
+// Blocks of one file that wait for the dump: few enough to stay in the processor's cache.
+constexpr std::size_t kMostBlocks = 64;
 
 // The gate through which all parsers of the process pass: files are begun strictly in order, and
 // at most twice the thread limit of them are held in memory.
@@ -85,10 +84,11 @@ LogParser::LogParser(std::string path, std::uint64_t startTime)
 LogParser::~LogParser() {
     stop();
     if (thread_.joinable()) thread_.join();
-    if (shared_)
-        for (Group& group : groups_)
-            for (auto& chunk : group)
-                if (chunk) shared_->chunks.giveBack(std::move(chunk));
+    for (Group& group : groups_)
+        for (auto& chunk : group)
+            shared_->chunks.giveBack(std::move(chunk));
+    for (auto& block : blocks_)
+        shared_->blocks.giveBack(std::move(block));
     const std::lock_guard lock(gate().mutex);
     if (!counted_) return;
     --gate().hasData;
@@ -187,16 +187,10 @@ void LogParser::readBlocks(int descriptor) {
         }
         if (byte == '\n') ++newlines;
     }
-    RecordBlock block;
-    std::array<std::uint8_t, RecordBlock::kCapacity> buffer;
+    std::unique_ptr<RecordBlock> block = shared_->blocks.take();
     while (!abort_) {
-        std::span<std::uint8_t> out = buffer;
-        if (shared_->keepBlocks) {
-            block.records.reset(new std::uint8_t[RecordBlock::kCapacity]);
-            out = {block.records.get(), RecordBlock::kCapacity};
-        }
         std::int32_t length = 0;
-        const int result = readBlockInto(codec, descriptor, out, length);
+        const int result = readBlockInto(codec, descriptor, block->records, length);
         if (result != kStreamBlock) {
             struct stat status {};
             const bool cut = result == kStreamEnd && ::fstat(descriptor, &status) == 0 &&
@@ -206,13 +200,15 @@ void LogParser::readBlocks(int descriptor) {
         }
         position += kBlockHeadSize + static_cast<std::uint64_t>(codec.inLength);
         recordSize_ = static_cast<std::size_t>(codec.recordSize);
+        block->length = static_cast<std::uint32_t>(length);
         if (shared_->keepBlocks) {
-            block.length = static_cast<std::uint32_t>(length);
             keepBlock(std::move(block));
+            block = shared_->blocks.take();
         } else {
-            filterBlock(out.data(), static_cast<std::size_t>(length));
+            filterBlock(block->records.data(), block->length);
         }
     }
+    shared_->blocks.giveBack(std::move(block));
 }
 
 std::uint64_t LogParser::follow(std::uint32_t timestamp) {
@@ -220,17 +216,32 @@ std::uint64_t LogParser::follow(std::uint32_t timestamp) {
         firstFrame_ = false;
         firstTimestamp_ = timestamp;
     } else if (timestamp < lastTimestamp_) [[unlikely]] {
-        overflowed_ += kOverflowMs;
+        overflowed_ += kCounterOverflowMs;
         overflows_.push_back(timestamp);
     }
     lastTimestamp_ = timestamp;
     return timestamp + overflowed_;
 }
 
-void LogParser::keepBlock(RecordBlock block) {
-    for (std::size_t at = 0; at + recordSize_ <= block.length; at += recordSize_)
-        follow(load<std::uint32_t>(block.records.get() + at));
+void LogParser::keepBlock(std::unique_ptr<RecordBlock> block) {
+    std::unique_lock lock(fileMutex_);
+    fileCondition_.wait(lock, [this] { return blocks_.size() < kMostBlocks || abort_; });
     blocks_.push_back(std::move(block));
+    fileCondition_.notify_all();
+}
+
+std::unique_ptr<RecordBlock> LogParser::nextBlock() {
+    std::unique_lock lock(fileMutex_);
+    fileCondition_.wait(lock, [this] { return !blocks_.empty() || fileDone_ || abort_; });
+    if (blocks_.empty() || abort_) return nullptr;
+    std::unique_ptr<RecordBlock> block = std::move(blocks_.front());
+    blocks_.pop_front();
+    fileCondition_.notify_all();
+    return block;
+}
+
+void LogParser::recycleBlock(std::unique_ptr<RecordBlock> block) {
+    shared_->blocks.giveBack(std::move(block));
 }
 
 void LogParser::filterBlock(const std::uint8_t* records, std::size_t length) {
@@ -252,8 +263,10 @@ void LogParser::keepFrame(const std::uint8_t* record, LogFilter::Verdict verdict
     const auto data = load<std::uint64_t>(record + 9);
     if (verdict.keep != LogFilter::Keep::kOrder) {
         Group& group = groups_[verdict.group];
-        if (group.empty() || group.back()->count == FrameChunk::kCapacity)
+        if (group.empty() || group.back()->count == FrameChunk::kCapacity) {
             group.push_back(shared_->chunks.take());
+            group.back()->count = 0;
+        }
         FrameChunk& chunk = *group.back();
         chunk.frames[chunk.count++] = StoredFrame(time, record[8], data);
     }
@@ -275,12 +288,13 @@ bool LogParser::waitUntilFramesReady() {
     return framesReady_;
 }
 
-std::uint64_t LogParser::chooseBase(std::uint64_t base, std::uint64_t lastTime) const {
-    const std::uint64_t ownBase = startTime_ - firstTimestamp_;
-    const std::uint64_t newBase = lastTime > startTime_ ? lastTime - firstTimestamp_ : ownBase;
+std::uint64_t placeFile(std::uint64_t startTime, std::uint32_t firstTimestamp, std::uint64_t base,
+                        std::uint64_t lastTime) {
+    const std::uint64_t ownBase = startTime - firstTimestamp;
+    const std::uint64_t newBase = lastTime > startTime ? lastTime - firstTimestamp : ownBase;
     if (base == 0) return newBase;
-    const auto behind = static_cast<std::int64_t>(base + firstTimestamp_ - lastTime);
-    if (behind < 0) return newBase;
+    // Both differences can run below zero.
+    if (static_cast<std::int64_t>(base + firstTimestamp - lastTime) < 0) return newBase;
     return static_cast<std::int64_t>(ownBase - base) >= kBreakMs ? newBase : base;
 }
 
@@ -288,7 +302,7 @@ std::uint64_t LogParser::fixTimestamps(std::uint64_t base, std::uint64_t& firstT
                                        std::uint64_t& lastTime) {
     if (!firstFrame_) {
         if (base == 0) firstTime = startTime_;
-        base = chooseBase(base, lastTime);
+        base = placeFile(startTime_, firstTimestamp_, base, lastTime);
         baseTime_ = base;
         for (const std::uint32_t timestamp : overflows_)
             report(Level::kWarning,

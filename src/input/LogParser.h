@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,13 +30,14 @@ struct OrderedFrame {
     std::uint8_t interface = 0;
 };
 
-/// Whole unpacked blocks of a file, for the dump: nothing is filtered and nothing is copied.
-struct RecordBlock {
-    static constexpr std::size_t kCapacity = 18000;
+/// Where a file lies on the time axis, in ms: the base that its time stamps are added to. `base`
+/// and `lastTime` are those of the files before it, both 0 at the first one.
+std::uint64_t placeFile(std::uint64_t startTime, std::uint32_t firstTimestamp, std::uint64_t base,
+                        std::uint64_t lastTime);
 
-    std::unique_ptr<std::uint8_t[]> records;
-    std::uint32_t length = 0;
-};
+/// What an overflow of the logger's 32-bit counter adds to the base: one less than its range, as
+/// recordings in the field are read by everybody.
+inline constexpr std::uint64_t kCounterOverflowMs = 0xFFFFFFFF;
 
 /// From waiting for its turn over reading, file done and frames ready to destroyed. The read thread
 /// alone writes the frames until the file is done, the Store's worker places them in time, and then
@@ -48,7 +50,8 @@ class LogParser : public FrameSource {
             : filter(store), keepBlocks(keepWholeBlocks) {}
 
         const LogFilter filter;
-        ChunkPool chunks;
+        Pool<FrameChunk> chunks;
+        Pool<RecordBlock> blocks;
         const bool keepBlocks;  ///< keep whole blocks instead of filtering
     };
 
@@ -80,11 +83,15 @@ class LogParser : public FrameSource {
     /// block; once the file is done.
     [[nodiscard]] std::optional<std::uint64_t> damagedBehind() const { return damagedBehind_; }
     [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] std::uint64_t startTime() const { return startTime_; }
 
     /// Frames for bus load and errors; complete once the file is done.
     [[nodiscard]] const std::vector<OrderedFrame>& orderedFrames() const { return ordered_; }
-    /// With keepBlocks; complete once the file is done.
-    [[nodiscard]] const std::vector<RecordBlock>& blocks() const { return blocks_; }
+    /// With keepBlocks: the next block in file order, as soon as it is read; empty behind the last
+    /// one, or when the parse is stopped. Store worker only, which gives it to recycleBlock.
+    std::unique_ptr<RecordBlock> nextBlock();
+    void recycleBlock(std::unique_ptr<RecordBlock> block);
+    /// Known with the first block.
     [[nodiscard]] std::size_t recordSize() const { return recordSize_; }
     /// Absolute time of a frame's time(); once the frames are ready.
     [[nodiscard]] std::uint64_t baseTime() const { return baseTime_; }
@@ -97,11 +104,10 @@ class LogParser : public FrameSource {
     void readFile();
     void readBlocks(int descriptor);
     void filterBlock(const std::uint8_t* records, std::size_t length);
-    void keepBlock(RecordBlock block);
+    void keepBlock(std::unique_ptr<RecordBlock> block);
     void keepFrame(const std::uint8_t* record, LogFilter::Verdict verdict);
     /// Follows the counter of a kept record and gives its time(), overflows added.
     std::uint64_t follow(std::uint32_t timestamp);
-    [[nodiscard]] std::uint64_t chooseBase(std::uint64_t base, std::uint64_t lastTime) const;
 
     const std::string path_;
     const std::uint64_t startTime_;  // ms since the epoch
@@ -118,13 +124,13 @@ class LogParser : public FrameSource {
     std::vector<std::uint32_t> overflows_;  // the time stamps at which it overflowed
     std::vector<Group> groups_;             // each is taken by one message thread
     std::vector<OrderedFrame> ordered_;
-    std::vector<RecordBlock> blocks_;
     std::size_t recordSize_ = 18;
     std::optional<std::uint64_t> damagedBehind_;
 
-    std::mutex fileMutex_;  // guards fileDone_
-    std::condition_variable fileCondition_;
+    std::mutex fileMutex_;                   // guards fileDone_ and blocks_
+    std::condition_variable fileCondition_;  // woken when one of them changes
     bool fileDone_ = false;
+    std::deque<std::unique_ptr<RecordBlock>> blocks_;  // read and not taken yet
 
     std::mutex readyMutex_;  // guards framesReady_
     std::condition_variable readyCondition_;

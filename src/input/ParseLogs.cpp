@@ -116,6 +116,11 @@ void feedOrdered(Store& store, const LogParser& parser) {
     }
 }
 
+void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
+    const bool changed = store.timeBase.exchange(base) != base;
+    if (changed && store.hooks.timeBaseListener) store.hooks.timeBaseListener(lastTime, base);
+}
+
 template <class T>
 T load(const std::uint8_t* bytes) {
     T value;
@@ -123,23 +128,48 @@ T load(const std::uint8_t* bytes) {
     return value;
 }
 
-void dumpBlocks(AscWriter& writer, const LogParser& parser, bool toStandardOutput) {
-    constexpr std::uint64_t kOverflowMs = 0xFFFFFFFF;
-    const std::size_t size = parser.recordSize();
-    std::uint64_t base = parser.baseTime();
-    std::uint32_t previous = 0;
-    for (const RecordBlock& block : parser.blocks()) {
-        const std::uint8_t* record = block.records.get();
-        for (std::size_t left = block.length; left >= size; left -= size, record += size) {
+// Writes a file's frames as they are read, following the counter frame by frame.
+void dumpFile(Store& store, LogParser& parser) {
+    AscWriter& writer = store.ascDump->writer();
+    std::uint64_t base = store.timeBase;
+    std::uint64_t last = store.parseLastTime;
+    bool placed = false;
+    while (auto block = parser.nextBlock()) {
+        const std::size_t size = parser.recordSize();
+        const std::uint8_t* record = block->records.data();
+        for (std::size_t left = block->length; left >= size; left -= size, record += size) {
             const auto timestamp = load<std::uint32_t>(record);
-            if (timestamp < previous) base += kOverflowMs;
-            previous = timestamp;
+            if (!placed) [[unlikely]] {
+                if (base == 0) store.parseFirstTime = parser.startTime();
+                base = placeFile(parser.startTime(), timestamp, base, last);
+                placed = true;
+            }
+            if (base + timestamp < last) [[unlikely]] {
+                report(Level::kWarning,
+                       format("can message timestamp has overflowed (%u)\n", timestamp));
+                base += kCounterOverflowMs;
+            }
+            last = base + timestamp;
             writer.write(load<std::uint32_t>(record + 4), record[8],
                          load<std::uint64_t>(record + 9), size > 17 ? record[17] : std::uint8_t{0},
-                         base + timestamp);
+                         last);
         }
-        if (toStandardOutput) writer.flushIfLate();
+        parser.recycleBlock(std::move(block));
+        if (!store.dumpToFile) writer.flushIfLate();
     }
+    store.parseLastTime = last;
+    setTimeBase(store, base, last);
+}
+
+// Decodes a file's frames, once it is read.
+void decodeFile(Store& store, LogParser& parser) {
+    std::uint64_t first = store.parseFirstTime;
+    std::uint64_t last = store.parseLastTime;
+    const std::uint64_t base = parser.fixTimestamps(store.timeBase, first, last);
+    store.parseFirstTime = first;
+    store.parseLastTime = last;
+    setTimeBase(store, base, last);
+    feedOrdered(store, parser);
 }
 
 // Gathers what could not be read, to be told once: a logger that loses power leaves a cut block in
@@ -167,11 +197,6 @@ class Damage {
     std::string first_;
 };
 
-void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
-    const bool changed = store.timeBase.exchange(base) != base;
-    if (changed && store.hooks.timeBaseListener) store.hooks.timeBaseListener(lastTime, base);
-}
-
 // Takes the files in order of start time as they come in.
 void followFiles(Store& store, Parsers& parsers, const std::shared_ptr<LogParser::Shared>& shared) {
     std::size_t started = 0;
@@ -180,18 +205,10 @@ void followFiles(Store& store, Parsers& parsers, const std::shared_ptr<LogParser
     const double step = kProgressOfFiles / static_cast<double>(parsers.size());
     for (std::size_t done = 1; !parsers.empty(); ++done) {
         const std::shared_ptr<LogParser> parser = parsers.front();
+        if (shared->keepBlocks) dumpFile(store, *parser);
         if (!parser->waitUntilFileDone() || !store.running) break;
+        if (!shared->keepBlocks) decodeFile(store, *parser);
         damage.note(*parser);
-        std::uint64_t first = store.parseFirstTime;
-        std::uint64_t last = store.parseLastTime;
-        const std::uint64_t base = parser->fixTimestamps(store.timeBase, first, last);
-        store.parseFirstTime = first;
-        store.parseLastTime = last;
-        setTimeBase(store, base, last);
-        if (shared->keepBlocks)
-            dumpBlocks(store.ascDump->writer(), *parser, !store.dumpToFile);
-        else
-            feedOrdered(store, *parser);
         parsers.pop_front();
         --started;
         startReaders(parsers, started, shared);
