@@ -1,6 +1,7 @@
 // The growing array of a signal's samples.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -53,17 +54,25 @@ class SampleArray {
         storage_[size_++] = sample;
     }
     /// Forgets the samples but keeps the memory for the next ones.
-    void clear() { size_ = 0; }
+    void clear() {
+        size_ = 0;
+        ++epoch_;
+    }
     /// Forgets the samples and gives the memory back.
     void release() {
         storage_.reset();
         size_ = capacity_ = 0;
+        ++epoch_;
     }
     void swap(SampleArray& other) noexcept {
         storage_.swap(other.storage_);
         std::swap(size_, other.size_);
         std::swap(capacity_, other.capacity_);
+        epoch_ = other.epoch_ = std::max(epoch_, other.epoch_) + 1;
     }
+    /// Changes whenever samples were forgotten. While it stays, samples are only appended, and only
+    /// the last one may change: what was computed from the others holds.
+    [[nodiscard]] std::uint64_t epoch() const { return epoch_; }
 
   private:
     struct Free {
@@ -75,6 +84,7 @@ class SampleArray {
     std::unique_ptr<Sample[], Free> storage_;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
+    std::uint64_t epoch_ = 0;
 };
 
 }  // namespace trelis

@@ -1,9 +1,9 @@
 // The drawn line of one signal as the pixels that it covers.
 #pragma once
 
-#include <cairomm/surface.h>
-
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "plot/paint/Colour.h"
@@ -49,13 +49,37 @@ class LineImage {
     std::size_t joinAt_ = 0;       ///< number of boxes at which the column is joined
 };
 
-/// Fills the boxes into an ARGB32 or RGB24 surface, with the image's corner at (x, y). What lies
-/// outside the surface is left out.
-void fillImage(Cairo::ImageSurface& surface, const LineImage& image, const Colour& colour, int x,
-               int y);
+/// Pixels as a Cairo ARGB32 surface has them: plain memory, which any thread may own.
+class PixelCanvas {
+  public:
+    /// Makes all pixels transparent; memory is kept if it is large enough.
+    void reset(int width, int height);
+    void swap(PixelCanvas& other) noexcept;
+
+    [[nodiscard]] int width() const { return width_; }
+    [[nodiscard]] int height() const { return height_; }
+    [[nodiscard]] bool empty() const { return pixels_.empty(); }
+    [[nodiscard]] std::span<std::uint32_t> row(int y) {
+        return std::span(pixels_).subspan(static_cast<std::size_t>(y) * columns(), columns());
+    }
+    [[nodiscard]] std::span<const std::uint32_t> row(int y) const {
+        return std::span(pixels_).subspan(static_cast<std::size_t>(y) * columns(), columns());
+    }
+
+  private:
+    [[nodiscard]] std::size_t columns() const { return static_cast<std::size_t>(width_); }
+
+    int width_ = 0;
+    int height_ = 0;
+    std::vector<std::uint32_t> pixels_;
+};
+
+/// Fills the boxes into the canvas, with the image's corner at (x, y). What lies outside the canvas
+/// is left out.
+void fillImage(PixelCanvas& canvas, const LineImage& image, const Colour& colour, int x, int y);
 
 /// Fills an image of double size, each pixel being the mean of four: smooth thin lines.
-void fillImageHalved(Cairo::ImageSurface& surface, const LineImage& image, const Colour& colour,
-                     int x, int y);
+void fillImageHalved(PixelCanvas& canvas, const LineImage& image, const Colour& colour, int x,
+                     int y);
 
 }  // namespace trelis

@@ -37,6 +37,8 @@ class PainterThread {
     void cancelWork();
     /// Lets an idle thread look at the queue again.
     void lookAtQueue();
+    /// Returns when the thread has no task.
+    void waitUntilIdle();
 
   private:
     void run();
@@ -49,6 +51,7 @@ class PainterThread {
 
     std::mutex mutex_;              // guards the flags and task_
     std::condition_variable wake_;  // a flag was set
+    std::condition_variable idle_;  // ongoing_ was cleared
     bool stop_ = false;
     bool ongoing_ = false;    ///< a task is assigned
     bool queueNews_ = false;  ///< the queue got a task when no thread was free
@@ -74,6 +77,9 @@ class PainterThreadPool {
     /// Drops all waiting tasks and cancels the running ones, without waiting. A task that was past
     /// its last look at the cancel flag still reaches its user, who knows it by its generation.
     void cancelAll();
+    /// Returns when no thread has a task: after cancelAll a matter of a millisecond, and nobody
+    /// looks at any sample any more.
+    void waitUntilIdle();
     /// Gives the oldest waiting task to the thread of this number, which calls and holds its mutex.
     bool fetchNext(int threadNumber);
 

@@ -1,8 +1,6 @@
 // The finished picture of a plot, and the painting of the next one.
 #pragma once
 
-#include <cairomm/surface.h>
-
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -36,10 +34,9 @@ class PlotPicture : public PainterThreadPoolUser {
     void stop();
     [[nodiscard]] bool isPainting() const;
 
-    /// Shows the finished picture, if there is one, and says so. The lock that keeps the picture
-    /// in place is held during the call.
-    bool visit(const std::function<void(const Cairo::RefPtr<Cairo::ImageSurface>&,
-                                        const PictureLayout&)>& show) const;
+    /// Hands the finished picture to `show`, if there is one, and says so. The lock that keeps the
+    /// picture in place is held during the call.
+    bool visit(const std::function<void(const PixelCanvas&, const PictureLayout&)>& show) const;
 
     void onPainterDone(std::shared_ptr<PainterTask> task) override;
 
@@ -47,21 +44,19 @@ class PlotPicture : public PainterThreadPoolUser {
     Notifier painted;
 
   private:
-    using Surface = Cairo::RefPtr<Cairo::ImageSurface>;
-
-    static void join(Surface& canvas, const PictureLayout& layout,
+    static void join(PixelCanvas& canvas, const PictureLayout& layout,
                      const std::vector<std::shared_ptr<PainterTask>>& tasks);
 
-    // Guards everything below but pool_. The count of a Cairo::RefPtr is not atomic, so surfaces
-    // change hands by swap under this mutex only and each has one owner at a time.
+    // Guards everything below but pool_. Canvases are plain memory and change hands by swap under
+    // this mutex: no Cairo object, whose reference count is not atomic, ever meets two threads.
     mutable std::mutex mutex_;
     std::uint32_t generation_ = 0;
     std::size_t pendingTasks_ = 0;
     std::vector<std::shared_ptr<PainterTask>> doneTasks_;  ///< by index; empty until done
     PictureLayout layout_;                                 ///< of the rendering under way
-    Surface shown_;                                        ///< the finished picture, or empty
+    PixelCanvas shown_;                                    ///< the finished picture, or empty
     PictureLayout shownLayout_;
-    Surface spare_;  ///< the picture before: its memory serves the next one
+    PixelCanvas spare_;  ///< the picture before: its memory serves the next one
 
     PainterThreadPool pool_;  ///< last: its threads end before what they hand tasks to
 };

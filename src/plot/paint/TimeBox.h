@@ -20,7 +20,7 @@ class TimeBox {
     /// to other programs that it did not come from one. An interval outside the data is ignored.
     void setInterval(std::uint64_t newStart, std::uint64_t newEnd, bool byUser);
     /// Moves the interval, with its length, so that `time` is in the middle or an end of the data
-    /// is reached.
+    /// is reached. Counts as done by the user.
     void centerOn(std::uint64_t time);
     void clearInterval();
 
