@@ -1,0 +1,168 @@
+#include "input/LiveConnection.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <bit>
+#include <cstring>
+#include <optional>
+
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "input/CanSocket.h"
+#include "input/EncryptedStream.h"
+#include "input/HandleRecord.h"
+#include "input/LiveRun.h"
+#include "input/LoggerSocket.h"
+#include "model/Frame.h"
+#include "virtual/VirtualRegistry.h"
+
+namespace trelis {
+namespace {
+
+constexpr std::uint8_t kAskPlain = 0;
+constexpr std::uint8_t kAskEncrypted = 1;
+
+template <class Number>
+Number load(const std::uint8_t* bytes) {
+    Number value = 0;
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        value = static_cast<Number>(value | Number{bytes[i]} << (8 * i));
+    return value;
+}
+
+/// What is left to do after one answer.
+enum class Answer { kGood, kLast };
+
+/// One connection from its first command byte to its end.
+class Session {
+  public:
+    Session(Store& store, LiveLink& link, int socket)
+        : store_(store), link_(link), socket_(socket) {
+        link_.open(socket);
+        if (!store_.decryptionKey.empty()) encrypted_.emplace();
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session() {
+        freeStreamCodec(&link_.codec);
+        link_.close();
+        store_.socket = -1;
+    }
+
+    void run() {
+        if (initNetworkStreamCodec(link_.codec) != 0) reportFatal("Out of memory");
+        while (!liveStopAsked(store_)) {
+            const SendResult sent = sendCommand(socket_, encrypted_ ? kAskEncrypted : kAskPlain);
+            if (sent == SendResult::kNotNow) continue;
+            if (sent == SendResult::kFailed) {
+                report(Level::kWarning, "Network failure");
+                break;
+            }
+            if ((encrypted_ ? takeEncrypted() : takePlain()) == Answer::kLast) break;
+            growLiveAxis(store_);
+            calculateAll(store_);
+            store_.emitData();
+            noDataYet_ = false;
+        }
+        if (noDataYet_)
+            report(Level::kInfo, encrypted_ ? "Check that logger is set up for encrypted data"
+                                            : "Check that logger is set up for non-encrypted data");
+    }
+
+  private:
+    void tellEnd() const {
+        if (!liveStopAsked(store_)) report(Level::kInfo, "Stream ended");
+    }
+
+    void handleRecords() {
+        StreamCodec& codec = link_.codec;
+        std::array<std::uint8_t, kRecordSize> record{};
+        Frame frame;
+        while (nextRecord(codec, record)) {
+            frame.timestamp = load<std::uint32_t>(record.data());
+            frame.id = load<std::uint32_t>(record.data() + 4);
+            frame.dlc = record[8];
+            std::memcpy(frame.data.data(), record.data() + 9, frame.data.size());
+            frame.interface = record[17];
+            handleRecord(store_, frame);
+        }
+    }
+
+    Answer takePlain() {
+        switch (readBlock(link_.codec, socket_)) {
+            case kStreamBlock:
+                handleRecords();
+                return Answer::kGood;
+            case kStreamEnd:
+                tellEnd();
+                return Answer::kLast;
+            default:
+                report(Level::kWarning, "Failed to unpack data from logger");
+                return Answer::kLast;
+        }
+    }
+
+    Answer takeEncrypted() {
+        int code = encrypted_->readFrame(link_.codec, socket_, store_.decryptionKey);
+        if (code == kStreamEnd) tellEnd();
+        if (code != kStreamDone) return Answer::kLast;
+        // One frame can hold many blocks, so a stop is looked for between them.
+        do {
+            code = encrypted_->unpackNext(link_.codec);
+            if (code == kStreamBlock) handleRecords();
+        } while (code == kStreamBlock && !liveStopAsked(store_));
+        return code == kStreamError ? Answer::kLast : Answer::kGood;
+    }
+
+    Store& store_;
+    LiveLink& link_;
+    const int socket_;
+    std::optional<EncryptedStream> encrypted_;  // with a key
+    bool noDataYet_ = true;
+};
+
+}  // namespace
+
+void LiveLink::open(int socket) {
+    close();
+    const std::lock_guard lock(mutex_);
+    socket_ = socket;
+}
+
+void LiveLink::close() {
+    const std::lock_guard lock(mutex_);
+    if (socket_ >= 0) ::close(socket_);
+    socket_ = -1;
+}
+
+void LiveLink::stop() {
+    stopStreamRead(&codec);
+    const std::lock_guard lock(mutex_);
+    if (socket_ >= 0) shutdown(socket_, SHUT_RDWR);
+}
+
+void runLiveConnection(Store& store, LiveLink& link) {
+    const std::lock_guard live(store.liveMutex);
+    if (liveStopAsked(store)) return;
+    const int socket = connectToLogger(store);
+    store.connected = socket >= 0;
+    if (!store.noGui) store.connectionChanged.emit();
+    if (socket < 0) return;
+    {
+        Session session(store, link, socket);
+        beginLiveRun(store, wallClockMs());
+        session.run();
+    }
+    endLiveRun(store);
+}
+
+void wireLiveInputs(Store& store) {
+    const auto link = std::make_shared<LiveLink>();
+    store.hooks.liveConnection = [link](Store& owner) { runLiveConnection(owner, *link); };
+    store.hooks.stopLiveRead = [link] { link->stop(); };
+    store.hooks.canSocket = runCanSocketRead;
+}
+
+}  // namespace trelis

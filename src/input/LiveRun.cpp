@@ -1,0 +1,64 @@
+#include "input/LiveRun.h"
+
+#include <chrono>
+
+#include "app/store/Store.h"
+#include "input/AscWriter.h"
+#include "input/HandleRecord.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+
+namespace trelis {
+namespace {
+
+void finishMessages(Store& store) {
+    for (const auto& [number, interface] : store.interfaces)
+        for (const auto& [id, message] : interface->messages)
+            message->finish();
+    for (const auto& rate : store.bitRates)
+        if (rate) rate->flushSamples();
+}
+
+}  // namespace
+
+std::uint64_t wallClockMs() {
+    using std::chrono::milliseconds;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
+}
+
+bool liveStopAsked(const Store& store) {
+    return !store.running || store.liveStopRequested || !(store.networkInput || store.dongleMode);
+}
+
+void beginLiveRun(Store& store, std::uint64_t startTime) {
+    store.readAll = true;
+    resetTimeAxis(store);
+    store.nextFileStart = startTime;
+    store.parseFirstTime = startTime;
+    store.parseLastTime = startTime + kLiveWindowMs;
+    if (!store.intervalSet) {
+        store.intervalStart = startTime;
+        store.intervalEnd = startTime + kLiveWindowMs;
+    }
+    store.buildActiveMaps();
+}
+
+void growLiveAxis(Store& store) {
+    if (store.ascDump && !store.dumpToFile) store.ascDump->writer().flush();
+    const std::uint64_t end = store.parseLastTime;
+    if (end - kLiveWindowMs >= store.lastTime) return;
+    store.parseLastTime = end + kLiveWindowMs;
+    if (!store.intervalSet) store.intervalEnd = end + kLiveWindowMs;
+}
+
+void endLiveRun(Store& store) {
+    if (store.ascDump && !store.dumpToFile) {
+        store.ascDump->commit();
+        store.ascDump.reset();
+    }
+    if (store.noGui && !store.dumpAsc) finishMessages(store);
+    finishTimeAxis(store);
+}
+
+}  // namespace trelis
