@@ -2,6 +2,7 @@
 
 #include <glibmm/error.h>
 #include <pthread.h>
+#include <string.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -262,6 +263,7 @@ void Store::shutdown() {
         if (hooks.stopLiveRead) hooks.stopLiveRead();
         workerThread_.join();
     }
+    explicit_bzero(decryptionKey.data(), decryptionKey.size());
     clearAll();
     if (hooks.saveSettings) hooks.saveSettings();
 }

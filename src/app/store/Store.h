@@ -115,7 +115,8 @@ class Store : public ModelContext {
     std::atomic<bool> networkInput = false;
     std::string hostName;
     std::int32_t port = 777;
-    std::int32_t socket = -1;
+    std::int32_t socket = -1;             ///< the live path's
+    std::atomic<bool> connected = false;  ///< how the last attempt to connect ended
     std::string decryptionKey;  ///< empty: not encrypted
     bool csvMode = false;
     bool ascMode = false;
@@ -153,6 +154,7 @@ class Store : public ModelContext {
     std::vector<std::string> logFiles;
     std::vector<std::pair<std::string, std::int64_t>> logFilesByStart;
 
+    bool tolerantDefinitions = false;  ///< the DBC reader keeps all that it can
     bool dbcLoaded = false;
     bool vsdLoaded = false;
 
