@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -46,8 +47,11 @@ class ModelContext {
     /// The definition file named its only DBC file in the old way: references of two parts resolve.
     bool legacyVsd = false;
 
-    /// Built by recount: the selected signals that are not internal, in list order.
+    /// Built by recount: the selected signals that are not internal, in list order. A window takes
+    /// the copy that selection() gives, since the worker recounts at the end of a parse.
     std::vector<std::shared_ptr<Signal>> selectedSignals;
+    /// Any thread.
+    [[nodiscard]] std::vector<std::shared_ptr<Signal>> selection() const;
 
     /// The list of all virtual signals and what goes with it, see virtual/VirtualRegistry.h. Made
     /// with the first virtual message.
@@ -71,6 +75,9 @@ class ModelContext {
 
   private:
     friend class RecountBatch;
+    void recountLocked();
+
+    mutable std::mutex selectionMutex_;  // guards selectedSignals while it is rebuilt
     unsigned recountHolds_ = 0;
     bool recountPending_ = false;
 };
