@@ -2,12 +2,18 @@
 #include <glibmm/error.h>
 #include <glibmm/init.h>
 
+#include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <optional>
 
+#include "app/ProgressLine.h"
 #include "app/ResultPrinter.h"
 #include "app/StartUp.h"
+#include "app/StopSignals.h"
 #include "app/Wiring.h"
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/MessageLog.h"
@@ -35,15 +41,31 @@ void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
     if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
 }
 
+// Whether standard output took all; tells if it did not.
+bool outputIsWhole() {
+    if (std::cout.flush()) return true;
+    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
+    return false;
+}
+
 int runWithoutWindow(Store& store, const StartUp& startUp) {
     if (startUp.listOnly) {
         printListing(store, std::cout);
-        std::exit(0);  // nothing was parsed and nothing is saved
+        std::exit(outputIsWhole() ? 0 : kFailed);  // nothing was parsed and nothing is saved
     }
     Settings::instance().save();
-    const bool whole = store.parseNow();
-    printResults(store, startUp.printHeaders, std::cout);
-    return whole && std::cout ? 0 : kFailed;
+    const StopSignals signals([&store] { store.interrupt(); });
+    bool whole = false;
+    {
+        std::optional<ProgressLine> line;
+        if (ProgressLine::isWelcome(startUp.showProgress)) line.emplace(store);
+        whole = store.parseNow();
+    }
+    // A run over files that was stopped has no end results; one over a connection ends so.
+    const int stopped = signals.exitStatus();
+    if (stopped == 0 || store.liveMode) printResults(store, startUp.printHeaders, std::cout);
+    if (stopped != 0) return stopped;
+    return outputIsWhole() && whole ? 0 : kFailed;
 }
 
 int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
@@ -94,6 +116,8 @@ int run(Store& store, int argc, char** argv) {
 
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "C");
+    // A reader that closes the pipe ends the program quietly, whatever the caller ignored.
+    std::signal(SIGPIPE, SIG_DFL);
     Glib::init();
     Store store;
     wireStore(store);

@@ -20,19 +20,28 @@ constexpr double kProgressOfFiles = 242.25;  // 95 per cent of 255
 
 using Parsers = std::deque<std::shared_ptr<LogParser>>;
 
-// Ends all readers that are left, however the pass ends: message threads then leave, too.
+// Ends all readers that are left, however the pass ends: message threads then leave, too. While it
+// lives an interrupted run reaches them.
 class ParserStopper {
   public:
-    explicit ParserStopper(Parsers& parsers) : parsers_(parsers) {}
+    ParserStopper(Store& store, Parsers& parsers) : store_(store), parsers_(parsers) {
+        store_.setPassStopper(
+            [all = std::vector<std::weak_ptr<LogParser>>(parsers.begin(), parsers.end())] {
+                for (const auto& weak : all)
+                    if (const auto parser = weak.lock()) parser->stop();
+            });
+    }
     ParserStopper(const ParserStopper&) = delete;
     ParserStopper& operator=(const ParserStopper&) = delete;
     ~ParserStopper() {
+        store_.setPassStopper({});
         for (const auto& parser : parsers_)
             parser->stop();
         parsers_.clear();
     }
 
   private:
+    Store& store_;
     Parsers& parsers_;
 };
 
@@ -269,7 +278,7 @@ void dumpLogs(Store& store) {
     LogParser::resetCounters();
     Parsers parsers = makeParsers(store);
     {
-        const ParserStopper stopper(parsers);
+        const ParserStopper stopper(store, parsers);
         followFiles(store, parsers, std::make_shared<LogParser::Shared>(store, true));
     }
     const bool begun = store.ascDump->writer().isBegun();
@@ -299,7 +308,7 @@ void decodeLogs(Store& store) {
     Parsers parsers = makeParsers(store);
     MessageFinisher finisher(store);
     {
-        const ParserStopper stopper(parsers);
+        const ParserStopper stopper(store, parsers);
         wanted = startMessageWorkers(store, parsers) || wanted;
         if (wanted && !parsers.empty()) {
             followFiles(store, parsers, std::make_shared<LogParser::Shared>(store, false));

@@ -22,8 +22,8 @@ constexpr const char* kDefaultColour = "#00007833ffff";
 
 Store::Store() {
     const char* home = std::getenv("HOME");
-    liveFilePath = (home != nullptr ? std::string(home) + "/" : std::string("/tmp/")) +
-                   ".sigmiralive";
+    liveFilePath =
+        (home != nullptr ? std::string(home) + "/" : std::string("/tmp/")) + ".sigmiralive";
 }
 
 Store::~Store() {
@@ -37,12 +37,11 @@ Store::~Store() {
 
 std::shared_ptr<CanIface> Store::addInterface(const std::string& name, std::uint32_t number) {
     if (findInterfaceByName(name))
-        reportFatal(format("Interface name '%s' already used. Duplicates not allowed.",
-                           name.c_str()));
+        reportFatal(
+            format("Interface name '%s' already used. Duplicates not allowed.", name.c_str()));
     auto interface = std::make_shared<CanIface>(*this, name, number);
     if (!interfaces.emplace(number, interface).second)
-        reportFatal(
-            format("Could not insert Can interface (nbr), %s (%u)", name.c_str(), number));
+        reportFatal(format("Could not insert Can interface (nbr), %s (%u)", name.c_str(), number));
     return interface;
 }
 
@@ -95,8 +94,7 @@ std::shared_ptr<Signal> Store::getSignal(const std::string& reference) {
 std::shared_ptr<Message> Store::getMessage(std::uint32_t interfaceNumber, std::uint32_t id) const {
     const auto interface = findInterfaceByNumber(interfaceNumber);
     if (!interface)
-        throw std::invalid_argument(
-            format("Can't find interface with number %u", interfaceNumber));
+        throw std::invalid_argument(format("Can't find interface with number %u", interfaceNumber));
     auto message = interface->findById(id);
     if (!message)
         throw std::invalid_argument(
@@ -124,7 +122,8 @@ void Store::buildActiveMaps() {
 void Store::clearSelection() {
     const RecountBatch batch(*this);
     for (const auto& [number, interface] : interfaces)
-        for (const auto& [id, message] : interface->messages) message->selectAll(false);
+        for (const auto& [id, message] : interface->messages)
+            message->selectAll(false);
 }
 
 void Store::recountNow() {
@@ -155,7 +154,9 @@ void Store::markRequest() {
     workerCondition_.notify_all();
 }
 
-void Store::requestParse() { markRequest(); }
+void Store::requestParse() {
+    markRequest();
+}
 
 bool Store::parseNow() {
     markRequest();
@@ -251,25 +252,36 @@ void Store::stopNetwork() {
     clearInterval();
 }
 
+void Store::interrupt() {
+    {
+        const std::lock_guard lock(workerMutex_);
+        running = false;
+        workerCondition_.notify_all();
+    }
+    if (hooks.stopLiveRead) hooks.stopLiveRead();
+    const std::lock_guard lock(stopperMutex_);
+    if (passStopper_) passStopper_();
+}
+
+void Store::setPassStopper(std::function<void()> stopper) {
+    const std::lock_guard lock(stopperMutex_);
+    passStopper_ = std::move(stopper);
+}
+
 void Store::shutdown() {
     if (shutDown_) return;
     shutDown_ = true;
     if (workerThread_.joinable()) {
-        {
-            const std::lock_guard lock(workerMutex_);
-            running = false;
-            workerCondition_.notify_all();
-        }
-        if (hooks.stopLiveRead) hooks.stopLiveRead();
+        interrupt();
         workerThread_.join();
     }
-    explicit_bzero(decryptionKey.data(), decryptionKey.size());
     clearAll();
     if (hooks.saveSettings) hooks.saveSettings();
 }
 
 void Store::clearAll() {
-    for (const auto& [number, interface] : interfaces) interface->clear();
+    for (const auto& [number, interface] : interfaces)
+        interface->clear();
     interfaces.clear();
     selectedSignals.clear();
     activeInterfaces.clear();
@@ -298,7 +310,8 @@ void Store::setInterval(std::uint64_t a, std::uint64_t b) {
     intervalSet = true;
     for (const auto& [number, interface] : interfaces)
         for (const auto& [id, message] : interface->messages)
-            for (const auto& signal : message->signals) signal->updateVisibleRange();
+            for (const auto& signal : message->signals)
+                signal->updateVisibleRange();
     emitData();
 }
 
@@ -308,12 +321,15 @@ void Store::clearInterval() {
     intervalEnd = lastTime.load();
     for (const auto& [number, interface] : interfaces)
         for (const auto& [id, message] : interface->messages)
-            for (const auto& signal : message->signals) signal->resetVisibleRange();
+            for (const auto& signal : message->signals)
+                signal->resetVisibleRange();
     intervalSet = false;
     emitData();
 }
 
-void Store::requestRedraw() { emitData(); }
+void Store::requestRedraw() {
+    emitData();
+}
 
 void Store::emitStatus() {
     if (!noGui && !dumpAsc) statusChanged.emit();

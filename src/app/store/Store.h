@@ -85,6 +85,11 @@ class Store : public ModelContext {
     [[nodiscard]] bool waitingForWork() const;
     /// Asks for a pass that writes the frames of an interval (ms, both ends included) to a file.
     void dumpLogsToFile(const std::string& path, std::uint64_t from, std::uint64_t to);
+    /// Makes the pass that runs give up soon; what came so far stays. The worker takes no further
+    /// requests. Any thread.
+    void interrupt();
+    /// How interrupt() reaches the readers of the pass that runs; empty when they are gone. Worker.
+    void setPassStopper(std::function<void()> stopper);
     /// Ends a live connection and waits until its path has left.
     void stopNetwork();
     /// Stops the worker, clears the model, saves the settings. Runs once.
@@ -117,7 +122,7 @@ class Store : public ModelContext {
     std::int32_t port = 777;
     std::int32_t socket = -1;             ///< the live path's
     std::atomic<bool> connected = false;  ///< how the last attempt to connect ended
-    std::string decryptionKey;  ///< empty: not encrypted
+    std::string decryptionKey;            ///< empty: not encrypted
     bool csvMode = false;
     bool ascMode = false;
     bool noGui = false;                    ///< nothing is ever emitted while set
@@ -211,6 +216,9 @@ class Store : public ModelContext {
     std::thread workerThread_;
     bool fatal_ = false;  // how the last pass on the calling thread ended
     bool shutDown_ = false;
+
+    std::mutex stopperMutex_;  // guards passStopper_; held while it is called
+    std::function<void()> passStopper_;
 
     mutable std::mutex busyMutex_;  // guards busyCount_
     std::uint32_t busyCount_ = 0;
