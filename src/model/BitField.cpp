@@ -34,6 +34,7 @@ BitField::BitField(std::uint32_t startBit, std::uint32_t bitLength, bool littleE
     mask_ = lowBits(kDataBits - first);
     folded_ = true;
     rotation_ = static_cast<int>((end - kDataBits) % 32);
+    missing_ = static_cast<unsigned>((end - kDataBits) % kDataBits);
 }
 
 }  // namespace trelis

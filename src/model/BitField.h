@@ -24,12 +24,17 @@ class BitField {
             return static_cast<std::uint32_t>(bits);
         return std::rotl(static_cast<std::uint32_t>(bits | bits >> 32), rotation_);
     }
+    /// All bits of a field of at most 64, missing ones as 0.
+    [[nodiscard]] std::uint64_t extractWide(std::uint64_t word) const {
+        return ((word >> shift_) & mask_) << missing_;
+    }
     [[nodiscard]] bool isBigEndian() const { return bigEndian_; }
 
   private:
     std::uint64_t mask_ = 0;
     unsigned shift_ = 0;
-    int rotation_ = 0;  ///< only used when folded
+    int rotation_ = 0;      ///< only used when folded
+    unsigned missing_ = 0;  ///< low bits of a big-endian field that no data byte holds
     bool folded_ = false;
     bool bigEndian_ = false;
 };

@@ -1,5 +1,7 @@
 #include "model/CanIface.h"
 
+#include <algorithm>
+
 #include <bit>
 
 #include "app/diagnostics/Exceptions.h"
@@ -21,11 +23,17 @@ CanIface::CanIface(ModelContext& context, std::string ifaceName, std::uint32_t i
     : name(std::move(ifaceName)), number(ifaceNumber), context_(context) {}
 
 void CanIface::addMessage(const std::shared_ptr<Message>& message) {
-    namesIndexed_ = false;
-    if (messages.emplace(static_cast<std::int32_t>(message->id), message).second) return;
-    reportFatal(format("Couldn't insert message '%s' into interface '%s', message with ID '%u' "
-                       "already exists",
-                       message->name.c_str(), name.c_str(), message->id));
+    const auto messageId = static_cast<std::int32_t>(message->id);
+    if (messages.emplace(messageId, message).second) {
+        if (!namesIndexed_) return;
+        const auto [entry, isNew] = idsByName_.emplace(message->name, messageId);
+        if (!isNew) entry->second = std::min(entry->second, messageId);
+        return;
+    }
+    reportFatal(
+        format("Couldn't insert message '%s' into interface '%s', message with ID '%u' "
+               "already exists",
+               message->name.c_str(), name.c_str(), message->id));
 }
 
 Message* CanIface::findActive(std::uint32_t id) const {
@@ -48,7 +56,8 @@ void CanIface::indexActive() {
     activeSlots_.resize(std::bit_ceil(activeMessages.size() * 2));
     for (const auto& [id, message] : activeMessages) {
         std::size_t at = slotOf(static_cast<std::uint32_t>(id));
-        while (activeSlots_[at].message != nullptr) at = (at + 1) & (activeSlots_.size() - 1);
+        while (activeSlots_[at].message != nullptr)
+            at = (at + 1) & (activeSlots_.size() - 1);
         activeSlots_[at] = {static_cast<std::uint32_t>(id), message};
     }
 }
@@ -61,7 +70,8 @@ std::shared_ptr<Message> CanIface::findById(std::uint32_t id) const {
 std::shared_ptr<Message> CanIface::findByName(const std::string& messageName) const {
     if (!namesIndexed_) {
         idsByName_.clear();
-        for (const auto& [id, message] : messages) idsByName_.emplace(message->name, id);
+        for (const auto& [id, message] : messages)
+            idsByName_.emplace(message->name, id);
         namesIndexed_ = true;
     }
     const auto found = idsByName_.find(messageName);
@@ -73,7 +83,8 @@ std::shared_ptr<Message> CanIface::findByName(const std::string& messageName) co
 bool CanIface::buildActiveMap() {
     activeMessages.clear();
     for (const auto& [id, message] : messages)
-        if (message->pendingCount != 0 || context_.readAll) activeMessages.emplace(id, message.get());
+        if (message->pendingCount != 0 || context_.readAll)
+            activeMessages.emplace(id, message.get());
     indexActive();
     return !activeMessages.empty();
 }

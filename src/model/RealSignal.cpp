@@ -62,6 +62,32 @@ void RealSignal::setFloat() {
     isFloat = true;
 }
 
+void RealSignal::decodeWide() {
+    wide_ = bitLength > 32 && bitLength <= 64;
+}
+
+bool RealSignal::setFloatOfWidth(std::uint32_t bits) {
+    if (bitLength != bits) return false;
+    isFloat = true;
+    decodeWide();
+    return true;
+}
+
+double RealSignal::scaled(double value) const {
+    if (hasFactor) value *= factor;
+    if (hasOffset) value += offset;
+    return value;
+}
+
+double RealSignal::physicalWide(std::uint64_t data) const {
+    std::uint64_t raw = bits_.extractWide(bits_.isBigEndian() ? __builtin_bswap64(data) : data);
+    if (isFloat) return scaled(std::bit_cast<double>(raw));
+    if (signBit_ == 0) return scaled(static_cast<double>(raw));
+    const std::uint64_t top = std::uint64_t{1} << (bitLength - 1);
+    if ((raw & top) != 0) raw -= top << 1;
+    return scaled(static_cast<double>(static_cast<std::int64_t>(raw)));
+}
+
 double RealSignal::physical(std::uint32_t raw) const {
     double value = 0;
     if (isFloat) {
@@ -72,16 +98,18 @@ double RealSignal::physical(std::uint32_t raw) const {
     } else {
         value = static_cast<double>(raw);
     }
-    if (hasFactor) value *= factor;
-    if (hasOffset) value += offset;
-    return value;
+    return scaled(value);
 }
 
 double RealSignal::valueOf(std::uint64_t data) const {
+    if (wide_) [[unlikely]]
+        return physicalWide(data);
     return physical(bits_.extract(bits_.isBigEndian() ? __builtin_bswap64(data) : data));
 }
 
-std::int32_t RealSignal::muxNumberOf(std::uint64_t data) const { return muxNumber(valueOf(data)); }
+std::int32_t RealSignal::muxNumberOf(std::uint64_t data) const {
+    return muxNumber(valueOf(data));
+}
 
 void RealSignal::decodeFrame(const Frame& frame) {
     if (muxValue >= 0 && muxValue != message->currentMux) return;
@@ -104,6 +132,8 @@ void RealSignal::decodeRun(std::span<const StoredFrame> frames, std::uint64_t ba
     if (multiplexed && muxes.empty() && muxValue != message->currentMux) return;
     if (bitLength == 0)
         decodeToggles(frames, baseTime, muxes);
+    else if (wide_)
+        decodeWideRun(frames, baseTime, muxes);
     else if (multiplexed && !muxes.empty())
         bits_.isBigEndian() ? decodeBits<true, true>(frames, baseTime, muxes)
                             : decodeBits<false, true>(frames, baseTime, muxes);
@@ -118,6 +148,14 @@ void RealSignal::decodeToggles(std::span<const StoredFrame> frames, std::uint64_
         if (muxValue >= 0 && !muxes.empty() && muxes[i] != muxValue) continue;
         toggle = !toggle;
         storeSample(baseTime + frames[i].time(), physical(toggle ? 1 : 0));
+    }
+}
+
+void RealSignal::decodeWideRun(std::span<const StoredFrame> frames, std::uint64_t baseTime,
+                               std::span<const std::int32_t> muxes) {
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        if (muxValue >= 0 && !muxes.empty() && muxes[i] != muxValue) continue;
+        storeSample(baseTime + frames[i].time(), physicalWide(frames[i].data()));
     }
 }
 

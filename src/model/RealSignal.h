@@ -32,6 +32,12 @@ class RealSignal : public Signal {
     /// whole bytes.
     void setFloat();
 
+    /// Decodes a signal of 33 to 64 bits in full; leaves others as they are.
+    void decodeWide();
+    /// Takes the raw bits as an IEEE 754 float of 32 or 64 bits wherever they lie; false, and
+    /// nothing happens, if the signal has another length.
+    [[nodiscard]] bool setFloatOfWidth(std::uint32_t bits);
+
     void decodeFrame(const Frame& frame) override;
 
     /// Decodes frames of one message in order. The caller holds `mutex`. `muxes`: the multiplex
@@ -65,7 +71,11 @@ class RealSignal : public Signal {
                double max);
 
     [[nodiscard]] double physical(std::uint32_t raw) const;
+    [[nodiscard]] double physicalWide(std::uint64_t data) const;
+    [[nodiscard]] double scaled(double value) const;
     void decodeToggles(std::span<const StoredFrame> frames, std::uint64_t baseTime,
+                       std::span<const std::int32_t> muxes);
+    void decodeWideRun(std::span<const StoredFrame> frames, std::uint64_t baseTime,
                        std::span<const std::int32_t> muxes);
     template <bool kBigEndian, bool kMultiplexed>
     void decodeBits(std::span<const StoredFrame> frames, std::uint64_t baseTime,
@@ -73,6 +83,7 @@ class RealSignal : public Signal {
 
     BitField bits_;
     std::uint32_t signBit_ = 0;  ///< of the raw value; 0 for unsigned signals
+    bool wide_ = false;          ///< decoded from 64 bits, see decodeWide
 };
 
 }  // namespace trelis

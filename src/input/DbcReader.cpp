@@ -1,0 +1,440 @@
+#include "input/DbcReader.h"
+
+#include <sys/stat.h>
+
+#include <cinttypes>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "input/DbcScan.h"
+#include "model/RealMessage.h"
+
+namespace trelis {
+namespace {
+
+/// Lines of that many bytes or more are no message, signal or value type lines: part of the format.
+constexpr std::size_t kLineBound = 100;
+constexpr std::size_t kLongestText = 256;  // names and labels of a value table
+constexpr std::size_t kDataBits = 64;
+constexpr char kEmptyMark = 0x01;  // stands for the text between two adjoining quotes
+constexpr std::string_view kNoRealMessage = "VECTOR__INDEPENDENT_SIG_MSG";
+constexpr std::uint32_t kFloatType = 1;
+constexpr std::uint32_t kDoubleType = 2;
+
+/// One reading of one file.
+class DbcReader {
+  public:
+    DbcReader(Store& store, const std::string& path, std::uint32_t interfaceNumber,
+              const DbcReadOptions& options)
+        : store_(store),
+          path_(path),
+          shownPath_(toValidUtf8(path)),
+          interfaceNumber_(interfaceNumber),
+          options_(options) {}
+
+    void read(const std::string& interfaceName);
+
+  private:
+    struct Tally {
+        std::uint64_t count = 0;
+        std::uint64_t firstLine = 0;
+    };
+
+    bool open();
+    bool nextLine();
+    void handleLine();
+    bool readMessageLine();
+    bool readSignalLine();
+    bool readValueTypeLine();
+    void readValueTable();
+    void readDbcComment(bool isMessage);
+
+    void addSignal(const DbcSignalLine& line);
+    void addMultiplexor(const DbcSignalLine& line);
+    [[nodiscard]] std::shared_ptr<RealSignal> makeSignal(const DbcSignalLine& line) const;
+    [[nodiscard]] bool readMultiplexValue(const DbcSignalLine& line, std::int32_t& value);
+    void noteShape(const DbcSignalLine& line, const std::string& name);
+    void setValueType(RealSignal& signal, const DbcValueTypeLine& line);
+    void noteUnreadable();
+    [[nodiscard]] std::shared_ptr<Signal> findSignal(std::uint32_t id, std::string_view name);
+    [[nodiscard]] std::string takeText(std::string_view text) const;
+
+    void note(DefinitionFault fault, const std::string& text, bool endsLoad = false);
+    /// Notes the fault; then the load ends with the text as an error, or, read tolerantly, goes on.
+    void failUnlessTolerant(DefinitionFault fault, const std::string& text);
+    void tellTallies() const;
+
+    Store& store_;
+    const std::string path_;
+    const std::string shownPath_;
+    const std::uint32_t interfaceNumber_;
+    const DbcReadOptions& options_;
+    std::ifstream stream_;
+    std::string line_;
+    std::uint64_t lineNumber_ = 0;
+    bool scannable_ = false;  // the line is short enough for the fixed patterns
+    std::shared_ptr<CanIface> interface_;
+    std::shared_ptr<RealMessage> currentMessage_;
+    bool skipSignals_ = false;
+    std::map<DefinitionFault, Tally> tallies_;
+};
+
+// ---- lines
+
+bool DbcReader::open() {
+    struct stat status {};
+    if (::stat(path_.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) {
+            const std::string text =
+                format("Could not open DBC file %s, path is a directory", shownPath_.c_str());
+            note(DefinitionFault::kUnreadableFile, text, true);
+            reportFatal(text);
+        }
+        // A device may never end.
+        if (!S_ISCHR(status.st_mode) && !S_ISBLK(status.st_mode)) stream_.open(path_);
+    } else {
+        stream_.open(path_);
+    }
+    if (stream_.is_open()) return true;
+    const std::string text = format("Could not open DBC file: %s", shownPath_.c_str());
+    note(DefinitionFault::kUnreadableFile, text);
+    report(Level::kWarning, text);
+    return false;
+}
+
+void DbcReader::read(const std::string& interfaceName) {
+    if (!open()) return;
+    interface_ = store_.findInterfaceByNumber(interfaceNumber_);
+    if (!interface_) interface_ = store_.addInterface(interfaceName, interfaceNumber_);
+    while (nextLine())
+        handleLine();
+    store_.dbcLoaded = true;
+    tellTallies();
+}
+
+bool DbcReader::nextLine() {
+    if (!std::getline(stream_, line_)) return false;
+    ++lineNumber_;
+    return true;
+}
+
+void DbcReader::handleLine() {
+    const bool isValueTable = line_.starts_with("VAL_ ");
+    // The pattern of a signal wants at least one character of unit, so an empty text becomes a mark
+    // and what stands behind it is lost.
+    if (const auto pair = line_.find("\"\""); pair != std::string::npos) {
+        if (isValueTable) note(DefinitionFault::kEmptyLabel, "empty label in: " + takeText(line_));
+        if (!options_.tolerant || !(isValueTable || line_.starts_with("CM_ "))) {
+            line_.resize(pair + 1);
+            line_.append({kEmptyMark, '"'});
+        }
+    }
+    scannable_ = options_.tolerant || line_.size() < kLineBound;
+    // No field holds a zero byte.
+    if (const auto zero = line_.find('\0'); zero != std::string::npos) line_.resize(zero);
+    if (scannable_ && (readMessageLine() || readSignalLine() || readValueTypeLine())) return;
+    if (isValueTable) {
+        readValueTable();
+    } else if (line_.starts_with("CM_ BO_") || line_.starts_with("CM_ SG_")) {
+        readDbcComment(line_.starts_with("CM_ BO_"));
+    } else {
+        noteUnreadable();
+    }
+}
+
+void DbcReader::noteUnreadable() {
+    if (!options_.sink && !options_.tolerant) return;
+    std::string_view rest = line_;
+    while (!rest.empty() && isDbcSpace(rest.front()))
+        rest.remove_prefix(1);
+    for (const std::string_view word : {"BO_", "SG_", "SIG_VALTYPE_"}) {
+        if (!rest.starts_with(word)) continue;
+        rest.remove_prefix(word.size());
+        // The words stand alone in the list of symbols, and in front of an underscore in others.
+        const bool hasFields =
+            rest.find_first_of("0123456789:") != std::string_view::npos && isDbcSpace(rest.front());
+        if (!hasFields || (skipSignals_ && word == "SG_")) return;
+        if (!scannable_)
+            note(DefinitionFault::kLongLine, format("%zu bytes: ", line_.size()) + takeText(line_));
+        else if (word == "SG_" && !currentMessage_ && scanDbcSignal(line_))
+            note(DefinitionFault::kNoMessage, takeText(line_));
+        else
+            note(DefinitionFault::kUnreadableLine, takeText(line_));
+        return;
+    }
+}
+
+// ---- messages
+
+bool DbcReader::readMessageLine() {
+    const auto scanned = scanDbcMessage(line_);
+    if (!scanned) return false;
+    std::string_view name = scanned->name;
+    if (options_.tolerant)
+        while (name.size() > 1 && isDbcSpace(name.back()))
+            name.remove_suffix(1);
+    if (name == kNoRealMessage) {
+        skipSignals_ = true;
+        return true;
+    }
+    skipSignals_ = false;
+    if (auto existing = interface_->findById(scanned->id)) {
+        note(DefinitionFault::kDuplicateMessage,
+             format("message '%s' has the id %u of message '%s'", toValidUtf8(name).c_str(),
+                    scanned->id, existing->name.c_str()),
+             !options_.tolerant);
+        if (options_.tolerant) {
+            currentMessage_ = std::dynamic_pointer_cast<RealMessage>(existing);
+            return true;
+        }
+    }
+    currentMessage_ = RealMessage::create(scanned->id, toValidUtf8(name), interface_);
+    interface_->addMessage(currentMessage_);
+    return true;
+}
+
+// ---- signals
+
+bool DbcReader::readSignalLine() {
+    if (skipSignals_ || !currentMessage_) return false;
+    const auto scanned = scanDbcSignal(line_);
+    if (!scanned) return false;
+    addSignal(*scanned);
+    return true;
+}
+
+std::shared_ptr<RealSignal> DbcReader::makeSignal(const DbcSignalLine& line) const {
+    const bool hasUnit = line.unit.front() != kEmptyMark;
+    auto signal = RealSignal::create(currentMessage_, toValidUtf8(line.name), line.startBit,
+                                     line.bitLength, static_cast<std::int32_t>(line.byteOrder),
+                                     line.sign, hasUnit ? toValidUtf8(line.unit) : std::string(),
+                                     line.factor, line.offset, line.minimum, line.maximum);
+    if (options_.tolerant) signal->decodeWide();
+    return signal;
+}
+
+void DbcReader::addSignal(const DbcSignalLine& line) {
+    const std::string name = toValidUtf8(line.name);
+    const bool taken = currentMessage_->signalsByName.contains(name);
+    if (taken && options_.tolerant) {
+        note(DefinitionFault::kDuplicateSignal, "signal " + name);
+        return;
+    }
+    const bool indicated = !line.indicator.empty();
+    std::int32_t muxValue = kPlainSignal;
+    if (line.indicator.starts_with('M')) {
+        currentMessage_->multiplexor = makeSignal(line);
+        currentMessage_->multiplexor->muxValue = kMultiplexor;
+    } else if (line.indicator.starts_with('m') && !readMultiplexValue(line, muxValue)) {
+        failUnlessTolerant(
+            DefinitionFault::kBadMultiplexMark,
+            format("Expected number after 'm' in multiplexed signal: %s", name.c_str()));
+    }
+    const auto signal = makeSignal(line);
+    signal->muxValue = muxValue;
+    if (!currentMessage_->addSignal(name, signal))
+        failUnlessTolerant(DefinitionFault::kDuplicateSignal,
+                           format(indicated ? "Couldn't insert multiplexed signal: %s"
+                                            : "Couldn't insert signal %s",
+                                  name.c_str()));
+    noteShape(line, name);
+}
+
+// The number behind an `m` as strtol reads it: saturating, and then its low 32 bits.
+bool DbcReader::readMultiplexValue(const DbcSignalLine& line, std::int32_t& value) {
+    std::uint32_t number = 0;
+    if (!FieldScanner(line.indicator.substr(1)).number(number).matched()) return false;
+    value = static_cast<std::int32_t>(number);
+    return true;
+}
+
+void DbcReader::noteShape(const DbcSignalLine& line, const std::string& name) {
+    const std::uint64_t first = line.byteOrder != 0
+                                    ? line.startBit
+                                    : std::uint64_t{line.startBit} / 8 * 8 + 7 - line.startBit % 8;
+    if (line.bitLength > kDataBits)
+        note(DefinitionFault::kOverwideSignal, format("%s: %u bits", name.c_str(), line.bitLength));
+    else if (line.bitLength > 32 && !options_.tolerant)
+        note(DefinitionFault::kWideSignal, format("%s: %u bits", name.c_str(), line.bitLength));
+    if (first + line.bitLength > kDataBits)
+        note(DefinitionFault::kOutsideData,
+             format("%s: %u bits from bit %u on", name.c_str(), line.bitLength, line.startBit));
+}
+
+// ---- value types
+
+bool DbcReader::readValueTypeLine() {
+    const auto scanned = scanDbcValueType(line_);
+    if (!scanned) return false;
+    const std::string name = toValidUtf8(scanned->signal);
+    if (options_.tolerant && scanned->type == 0) return true;  // an integer, as all are
+    if (scanned->type != kFloatType && !(options_.tolerant && scanned->type == kDoubleType)) {
+        const auto fault = scanned->type == kDoubleType ? DefinitionFault::kDoubleSignal
+                                                        : DefinitionFault::kBadValueType;
+        failUnlessTolerant(
+            fault, format("Only SIG_VALTYPE_ : 1 (float) is allowed, signal: %s", name.c_str()));
+        return true;
+    }
+    const auto signal = findSignal(scanned->id, scanned->signal);
+    if (auto* real = dynamic_cast<RealSignal*>(signal.get()); real != nullptr)
+        setValueType(*real, *scanned);
+    return true;
+}
+
+void DbcReader::setValueType(RealSignal& signal, const DbcValueTypeLine& line) {
+    if (options_.tolerant) {
+        if (!signal.setFloatOfWidth(line.type == kDoubleType ? 64 : 32))
+            note(DefinitionFault::kBadValueType,
+                 format("%s: a float of %u bits", signal.name.c_str(), signal.bitLength));
+        return;
+    }
+    if (!signal.byteAligned || signal.bitLength != 32)
+        note(DefinitionFault::kBadValueType,
+             format("%s: a float must be 32 bits on 4 whole bytes", signal.name.c_str()), true);
+    signal.setFloat();
+}
+
+// ---- value tables
+
+// The look-ups throw for what is not there; read tolerantly they give an empty pointer.
+std::shared_ptr<Signal> DbcReader::findSignal(std::uint32_t id, std::string_view name) {
+    try {
+        return store_.getMessage(interfaceNumber_, id)->getSignal(toValidUtf8(name));
+    } catch (const std::exception& error) {  // std::invalid_argument or SignalNotFoundException
+        note(DefinitionFault::kUnknownTarget, error.what(), !options_.tolerant);
+        if (!options_.tolerant) throw;
+        return nullptr;
+    }
+}
+
+void DbcReader::readValueTable() {
+    std::string_view rest = line_;
+    std::shared_ptr<Signal> signal;
+    const std::size_t longest = options_.tolerant ? rest.size() : kLongestText;
+    for (;;) {
+        std::int32_t sign = 1;
+        while (!rest.empty() && !isDbcDigit(rest.front())) {
+            sign = rest.front() == '-' ? -1 : 1;
+            rest.remove_prefix(1);
+        }
+        const std::uint32_t digits = takeDbcDigits(rest);
+        if (rest.empty()) return;
+        if (!signal) {
+            const auto id = sign < 0 ? 0U - digits : digits;
+            rest.remove_prefix(std::min(rest.find_first_of(" \t"), rest.size() - 1) + 1);
+            const std::string_view name =
+                rest.substr(0, std::min(rest.find_first_of(" \t"), longest));
+            signal = findSignal(id, name);
+            if (!signal) return;
+            rest.remove_prefix(std::min(name.size(), rest.size()));
+            continue;
+        }
+        const auto opening = rest.find('"');
+        if (opening == std::string_view::npos) return;
+        rest.remove_prefix(opening + 1);
+        const std::string_view label = rest.substr(0, rest.find('"'));
+        const auto value = static_cast<std::int32_t>(sign < 0 ? 0U - digits : digits);
+        signal->valueLabels[value] = takeText(label.substr(0, longest));
+        rest.remove_prefix(label.size());
+    }
+}
+
+// A text cut in the middle of a UTF-8 character loses the half.
+std::string DbcReader::takeText(std::string_view text) const {
+    std::string valid = toValidUtf8(text);
+    if (options_.tolerant || text.size() < kLongestText) return valid;
+    for (std::size_t lost = 0; lost < 4 && lost < text.size(); ++lost) {
+        const std::string_view shorter = text.substr(0, text.size() - lost);
+        if (toValidUtf8(shorter) == shorter) return std::string(shorter);
+    }
+    return valid;
+}
+
+// ---- comments
+
+void DbcReader::readDbcComment(bool isMessage) {
+    std::string_view rest = line_;
+    rest.remove_prefix(std::min(rest.find_first_of("0123456789"), rest.size()));
+    const std::uint32_t id = takeDbcDigits(rest);
+    std::string* comment = nullptr;
+    std::shared_ptr<Message> message = interface_->findById(id);
+    std::shared_ptr<Signal> signal;
+    if (!isMessage && message) {
+        std::string_view name;
+        FieldScanner(rest).word(name);
+        rest.remove_prefix(static_cast<std::size_t>(name.end() - rest.begin()));
+        const auto found = message->signalsByName.find(toValidUtf8(name));
+        if (found != message->signalsByName.end()) comment = &found->second->comment;
+    } else if (message) {
+        comment = &message->comment;
+    }
+    if (comment == nullptr) {
+        note(DefinitionFault::kUnknownComment, takeText(line_));
+        return;
+    }
+    const auto opening = rest.find('"');
+    if (opening == std::string_view::npos) return;
+    rest.remove_prefix(opening + 1);
+    std::string text;
+    for (;;) {
+        const auto closing = rest.find('"');
+        text.append(rest.substr(0, closing));
+        if (closing != std::string_view::npos) break;
+        text.push_back('\n');
+        if (!nextLine()) {
+            const std::string told = format("Reached end of DBC file before %s comment ended",
+                                            isMessage ? "message" : "signal");
+            note(DefinitionFault::kOpenComment, told);
+            report(Level::kWarning, told);
+            return;
+        }
+        rest = line_;
+    }
+    *comment = toValidUtf8(text);
+}
+
+// ---- faults
+
+void DbcReader::note(DefinitionFault fault, const std::string& text, bool endsLoad) {
+    Tally& tally = tallies_[fault];
+    if (tally.count++ == 0) tally.firstLine = lineNumber_;
+    if (options_.sink) options_.sink({fault, shownPath_, lineNumber_, text, endsLoad});
+}
+
+void DbcReader::failUnlessTolerant(DefinitionFault fault, const std::string& text) {
+    note(fault, text, !options_.tolerant);
+    if (!options_.tolerant) reportFatal(text);
+}
+
+void DbcReader::tellTallies() const {
+    if (!options_.tolerant) return;
+    for (const auto& [fault, tally] : tallies_) {
+        if (fault == DefinitionFault::kOpenComment) continue;  // told already
+        const std::string where =
+            tally.count == 1
+                ? format("once, in line %" PRIu64, tally.firstLine)
+                : format("%" PRIu64 " times, first in line %" PRIu64, tally.count, tally.firstLine);
+        report(Level::kWarning, format("DBC file %s: %s, %s", shownPath_.c_str(),
+                                       std::string(faultName(fault)).c_str(), where.c_str()));
+    }
+}
+
+}  // namespace
+
+void readDbcFile(Store& store, const std::string& path, std::uint32_t interfaceNumber,
+                 const std::string& interfaceName, const DbcReadOptions& options) {
+    DbcReader(store, path, interfaceNumber, options).read(interfaceName);
+}
+
+void readDbcFile(Store& store, const std::string& path, std::uint32_t interfaceNumber,
+                 const std::string& interfaceName) {
+    readDbcFile(store, path, interfaceNumber, interfaceName,
+                DbcReadOptions{.tolerant = store.tolerantDefinitions, .sink = {}});
+}
+
+}  // namespace trelis

@@ -1,0 +1,300 @@
+#include "input/DbcReader.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
+#include "model/RealMessage.h"
+
+namespace trelis {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+class DbcReader : public ::testing::Test {
+  protected:
+    DbcReader() {
+        std::string name = (fs::temp_directory_path() / "dbcXXXXXX").string();
+        directory = ::mkdtemp(name.data());
+        store.noGui = true;
+        takeMessages();
+    }
+    ~DbcReader() override { fs::remove_all(directory); }
+
+    static std::string takeMessages() {
+        std::string texts;
+        while (!MessageLog::instance().isEmpty())
+            texts += MessageLog::instance().pop().text + "\n";
+        return texts;
+    }
+
+    void load(std::string_view content, bool tolerant = false) {
+        const fs::path path = directory / "a.dbc";
+        std::ofstream(path, std::ios::binary) << content;
+        DbcReadOptions options{.tolerant = tolerant, .sink = {}};
+        options.sink = [this](const DefinitionFinding& found) {
+            findings.emplace_back(found.fault, found.line);
+        };
+        findings.clear();
+        readDbcFile(store, path, 0, "Can", options);
+    }
+    /// How a load ends: "" or the text of the exception, or the messages of PrintMsgError.
+    std::string loadFailure(std::string_view content, bool tolerant = false) {
+        store.clearAll();
+        takeMessages();
+        try {
+            load(content, tolerant);
+            return {};
+        } catch (const PrintMsgError&) {
+            return takeMessages();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+    }
+    [[nodiscard]] std::shared_ptr<RealSignal> signal(std::uint32_t id, const char* name) {
+        return std::dynamic_pointer_cast<RealSignal>(store.getMessage(0, id)->getSignal(name));
+    }
+
+    using Place = std::pair<DefinitionFault, std::uint64_t>;
+    std::vector<Place> findings;
+    fs::path directory;
+    Store store;
+};
+
+constexpr const char* kPlain =
+    "BO_ 100 M: 8 X\n"
+    " SG_ S : 0|16@1- (0.1,-5) [0|6553.5] \"V\" X\n"
+    " SG_ T : 16|8@1+ (1,0) [0|0] \"\" X\n";
+
+TEST_F(DbcReader, readsMessagesAndSignals) {
+    load("VERSION \"\"\r\n\nNS_ :\n\tSIG_VALTYPE_\n\tBO_TX_BU_\n\nBU_: A B\n"s + kPlain +
+         "BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX\n"
+         " SG_ Loose : 0|8@1+ (1,0) [0|0] \"\" X\n"
+         "BO_ 2147483749 E: 8 X\nSG_ U : 7|16@0+ (2,1) [0|0] \"\" X\n");
+    EXPECT_TRUE(store.dbcLoaded);
+    EXPECT_EQ(store.findInterfaceByNumber(0)->name, "Can");
+    EXPECT_EQ(store.findInterfaceByNumber(0)->messages.size(), 2U);
+    const auto s = signal(100, "S");
+    EXPECT_EQ(s->fullName, "Can.M.S");
+    EXPECT_EQ(s->unit, "V");
+    EXPECT_EQ(s->sign, '-');
+    EXPECT_EQ(s->factor, 0.1);
+    EXPECT_EQ(s->offset, -5.0);
+    EXPECT_EQ(s->upperLimit, 6553.5);
+    EXPECT_EQ(s->valueOf(0xFFFF), 0.1 * -1 - 5);
+    EXPECT_EQ(signal(100, "T")->unit, "");
+    EXPECT_FALSE(signal(100, "T")->hasLimits);
+    EXPECT_EQ(signal(0x80000065U, "U")->intel, 0);
+    EXPECT_EQ(signal(0x80000065U, "U")->valueOf(0x0201), 2 * 0x0102 + 1);
+    EXPECT_EQ(findings, std::vector<Place>{});
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST_F(DbcReader, anEmptyFileMakesTheInterface) {
+    load("");
+    EXPECT_TRUE(store.dbcLoaded);
+    EXPECT_TRUE(store.findInterfaceByNumber(0)->messages.empty());
+    load(" SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    EXPECT_TRUE(store.findInterfaceByNumber(0)->messages.empty());
+    EXPECT_EQ(findings, (std::vector<Place>{{DefinitionFault::kNoMessage, 1}}));
+}
+
+TEST_F(DbcReader, whatCannotBeOpenedChangesNothing) {
+    readDbcFile(store, directory / "none.dbc", 0, "Can");
+    EXPECT_EQ(takeMessages(),
+              "Could not open DBC file: " + (directory / "none.dbc").string() + "\n");
+    EXPECT_TRUE(store.interfaces.empty());
+    EXPECT_FALSE(store.dbcLoaded);
+    EXPECT_THROW(readDbcFile(store, directory, 0, "Can"), PrintMsgError);
+    EXPECT_EQ(takeMessages(),
+              "Could not open DBC file " + directory.string() + ", path is a directory\n");
+    readDbcFile(store, "/dev/zero", 0, "Can");
+    EXPECT_EQ(takeMessages(), "Could not open DBC file: /dev/zero\n");
+}
+
+TEST_F(DbcReader, theLineBoundIsAHundredBytes) {
+    const auto line = [](char name, std::size_t bytes) {
+        std::string text = " SG_ N : 0|8@1+ (1,0) [0|0] \"u\" ";
+        text[5] = name;
+        return text + std::string(bytes - text.size(), 'x') + "\n";
+    };
+    const std::string file = "BO_ 1 M: 8 X\n" + line('A', 99) + line('B', 100) + line('C', 5000);
+    load(file);
+    EXPECT_EQ(store.getMessage(0, 1)->signals.size(), 1U);
+    EXPECT_EQ(signal(1, "A")->name, "A");
+    EXPECT_EQ(findings, (std::vector<Place>{{DefinitionFault::kLongLine, 3},
+                                            {DefinitionFault::kLongLine, 4}}));
+    store.clearAll();
+    load(file, true);
+    EXPECT_EQ(store.getMessage(0, 1)->signals.size(), 3U);
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST_F(DbcReader, multiplexing) {
+    load(
+        "BO_ 1 M: 8 X\n SG_ Mux M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+        " SG_ A m3 : 8|8@1+ (1,0) [0|0] \"\" X\n SG_ B m4M : 8|8@1+ (1,0) [0|0] \"\" X\n"
+        " SG_ C what : 8|8@1+ (1,0) [0|0] \"\" X\n");
+    const auto message = std::dynamic_pointer_cast<RealMessage>(store.getMessage(0, 1));
+    ASSERT_TRUE(message->multiplexor);
+    EXPECT_EQ(message->multiplexor->muxValue, -2);
+    EXPECT_EQ(signal(1, "Mux")->muxValue, -1);
+    EXPECT_EQ(signal(1, "A")->muxValue, 3);
+    EXPECT_EQ(signal(1, "B")->muxValue, 4);
+    EXPECT_EQ(signal(1, "C")->muxValue, -1);
+    EXPECT_EQ(message->signals.size(), 4U);
+}
+
+TEST_F(DbcReader, valueTables) {
+    const auto labels = [this](const std::string& table, bool tolerant = false) {
+        store.clearAll();
+        load(kPlain + table + "\n", tolerant);
+        return signal(100, "S")->valueLabels;
+    };
+    using Labels = std::map<std::int32_t, std::string>;
+    EXPECT_EQ(labels("VAL_ 100 S 1 \"On\" 0 \"Off\" ;"), (Labels{{0, "Off"}, {1, "On"}}));
+    const std::string cut = "VAL_ 100 S -1 \"R\" 0 \"\" 1 \"D\" ;";
+    EXPECT_EQ(labels(cut), (Labels{{-1, "R"}, {0, "\x01"}}));
+    EXPECT_EQ(findings, (std::vector<Place>{{DefinitionFault::kEmptyLabel, 4}}));
+    EXPECT_EQ(labels(cut, true), (Labels{{-1, "R"}, {0, ""}, {1, "D"}}));
+    EXPECT_EQ(labels("VAL_ 100 S 0 \"N\" 0 \"Neutral\" ;"), (Labels{{0, "Neutral"}}));
+    EXPECT_EQ(labels("VAL_ 100 S 2 \"open"), (Labels{{2, "open"}}));
+    EXPECT_EQ(labels("VAL_ 100 S 2 \"a 7 b\" 3;"), (Labels{{2, "a 7 b"}}));
+    EXPECT_EQ(labels("VAL_ 100 S - 4294967295 \"x\" -- 2147483648 \"y\""),
+              (Labels{{-1, "x"}, {INT32_MIN, "y"}}));
+    EXPECT_EQ(labels("VAL_ 100 S 1 \"\xfc"
+                     "ber\""),
+              (Labels{{1,
+                       "\xc3\xbc"
+                       "ber"}}));
+    EXPECT_EQ(labels("VAL_ 100 S 1 \"" + std::string(300, 'a') + "\" 2 \"b\"")[1],
+              std::string(256, 'a'));
+    EXPECT_EQ(labels("VAL_ 100 S 1 \"" + std::string(255, 'a') + "\xc3\xbc\" 2 \"b\""),
+              (Labels{{1, std::string(255, 'a')}, {2, "b"}}));
+    EXPECT_EQ(labels("VAL_TABLE_ T 1 \"x\" ;"), Labels{});
+}
+
+TEST_F(DbcReader, comments) {
+    load(kPlain +
+         "CM_ BO_ 100 \"first\nsecond\nVAL_ 1 \"\" third\" rest;\nCM_ SG_ 100  S \"on S\";\n"
+         "CM_ SG_ 100 T \"\";\nCM_ BO_ 999 \"nowhere\nVAL_ 100 S 1 \"x\" ;\nCM_ SG_ 100 U \"u\";\n"
+         "CM_ \"file\";\nCM_ BO_ 100 none;\n"s);
+    EXPECT_EQ(store.getMessage(0, 100)->comment, "first\nsecond\nVAL_ 1 ");
+    EXPECT_EQ(signal(100, "S")->comment, "on S");
+    EXPECT_EQ(signal(100, "T")->comment, "\x01");
+    EXPECT_EQ(signal(100, "S")->valueLabels.at(1), "x");
+    EXPECT_EQ(findings, (std::vector<Place>{{DefinitionFault::kUnknownComment, 9},
+                                            {DefinitionFault::kUnknownComment, 11}}));
+    store.clearAll();
+    load(kPlain + "CM_ BO_ 100 \"open\nBO_ 200 N: 8 X\n"s);
+    EXPECT_EQ(takeMessages(), "Reached end of DBC file before message comment ended\n");
+    EXPECT_EQ(store.getMessage(0, 100)->comment, "");
+    EXPECT_EQ(store.findInterfaceByNumber(0)->messages.size(), 1U);
+    EXPECT_TRUE(store.dbcLoaded);
+}
+
+// Every cause by which a load ends, and what is left of the file when it is read tolerantly.
+TEST_F(DbcReader, faultsEndTheLoadUnlessTolerant) {
+    constexpr const char* kFloat = " SG_ F : 24|32@1- (1,0) [0|0] \"\" X\n";
+    struct Case {
+        std::string lines;
+        const char* failure;
+        DefinitionFault fault;
+        std::size_t signalsKept;  ///< of message 100, read tolerantly
+    };
+    const std::string range = " (1,0) [0|0] \"\" X\n";
+    for (const Case& c : {
+             Case{"BO_ 100 N: 8 X\n SG_ Z : 0|8@1+" + range,
+                  "Couldn't insert message 'N' into interface 'Can', message with ID '100' already "
+                  "exists\n",
+                  DefinitionFault::kDuplicateMessage, 3},
+             Case{" SG_ S : 0|8@1+" + range, "Couldn't insert signal S\n",
+                  DefinitionFault::kDuplicateSignal, 2},
+             Case{" SG_ S m1 : 0|8@1+" + range, "Couldn't insert multiplexed signal: S\n",
+                  DefinitionFault::kDuplicateSignal, 2},
+             Case{" SG_ Z m : 0|8@1+" + range,
+                  "Expected number after 'm' in multiplexed signal: Z\n",
+                  DefinitionFault::kBadMultiplexMark, 3},
+             Case{"SIG_VALTYPE_ 100 S : 3;\n",
+                  "Only SIG_VALTYPE_ : 1 (float) is allowed, signal: S\n",
+                  DefinitionFault::kBadValueType, 2},
+             Case{"SIG_VALTYPE_ 100 S : 1;\n",
+                  "Only 32bit floats on 4 whole bytes are supported.\n",
+                  DefinitionFault::kBadValueType, 2},
+             Case{"SIG_VALTYPE_ 101 S : 1;\n", "Can't find message with id 101",
+                  DefinitionFault::kUnknownTarget, 2},
+             Case{"SIG_VALTYPE_ 100 Q : 1;\n", "Can't find signal with name Q",
+                  DefinitionFault::kUnknownTarget, 2},
+             Case{"VAL_ 101 S 1 \"x\" ;\n", "Can't find message with id 101",
+                  DefinitionFault::kUnknownTarget, 2},
+             Case{"VAL_ 100 Q 1 \"x\" ;\n", "Can't find signal with name Q",
+                  DefinitionFault::kUnknownTarget, 2},
+         }) {
+        const std::string file = kPlain + c.lines + kFloat + "SIG_VALTYPE_ 100 F : 1;\n";
+        EXPECT_EQ(loadFailure(file), c.failure);
+        EXPECT_EQ(findings, (std::vector<Place>{{c.fault, 4}})) << c.lines;
+        EXPECT_EQ(signal(100, "S")->name, "S") << "what stood before stays";
+
+        EXPECT_EQ(loadFailure(file, true), "") << c.lines;
+        EXPECT_NE(takeMessages().find("once, in line 4"), std::string::npos) << c.lines;
+        EXPECT_EQ(findings, (std::vector<Place>{{c.fault, 4}})) << c.lines;
+        EXPECT_EQ(store.getMessage(0, 100)->signals.size(), c.signalsKept + 1) << c.lines;
+        EXPECT_TRUE(signal(100, "F")->isFloat) << c.lines;
+    }
+}
+
+TEST_F(DbcReader, wideSignalsDecodeInFullOnlyWhenTolerant) {
+    const std::string file =
+        "BO_ 1 M : 8 X\n SG_ L : 8|40@1+ (2,1) [0|0] \"\" X\n SG_ N : 0|64@1- (1,0) [0|0] \"\" X\n"
+        " SG_ B : 15|40@0- (1,0) [0|0] \"\" X\n SG_ E : 39|40@0+ (1,0) [0|0] \"\" X\n"
+        " SG_ D : 0|64@1- (1,0) [0|0] \"\" X\n SG_ R : 7|64@0- (1,0) [0|0] \"\" X\n";
+    constexpr std::uint64_t data = 0xF8F7F6F5F4F3F2F1;
+    load(file);
+    EXPECT_EQ(signal(1, "L")->valueOf(data), 2.0 * (0xF5F4F3F2 | 0xF6) + 1);
+    EXPECT_EQ(store.getMessage(0, 1)->name, "M ");
+    EXPECT_EQ(findings.front(), (Place{DefinitionFault::kWideSignal, 2}));
+    EXPECT_EQ(loadFailure(file + "SIG_VALTYPE_ 1 D : 2;\n"),
+              "Only SIG_VALTYPE_ : 1 (float) is allowed, signal: D\n");
+    EXPECT_EQ(findings.back(), (Place{DefinitionFault::kDoubleSignal, 8}));
+
+    store.clearAll();
+    load(file + "SIG_VALTYPE_ 1 D : 2;\nSIG_VALTYPE_ 1 R : 2;\n", true);
+    EXPECT_EQ(store.getMessage(0, 1)->name, "M");
+    EXPECT_EQ(signal(1, "L")->valueOf(data), 2.0 * 0xF6F5F4F3F2 + 1);
+    EXPECT_EQ(signal(1, "N")->valueOf(data), static_cast<double>(static_cast<std::int64_t>(data)));
+    EXPECT_EQ(signal(1, "B")->valueOf(data),
+              0xF2F3F4F5F6 - 0x1p40);  // F2 to F6, first byte highest
+    EXPECT_EQ(signal(1, "E")->valueOf(data), static_cast<double>(0xF5F6F7F800));
+    const auto pi = std::bit_cast<std::uint64_t>(3.14159);
+    EXPECT_EQ(signal(1, "D")->valueOf(pi), 3.14159);
+    EXPECT_EQ(signal(1, "R")->valueOf(__builtin_bswap64(pi)), 3.14159);
+}
+
+TEST_F(DbcReader, hostileShapesAreKeptWithinBounds) {
+    load(
+        "BO_ 1 M: 8 X\n SG_ A : 4294967295|4294967295@1- (nan,inf) [nan|nan] \"\" X\n"
+        " SG_ B : 4294967295|64@0+ (1,0) [0|0] \"\" X\n SG_ C : 60|16@1+ (1,0) [0|0] \"\" X\n"s +
+        "BO_ 2 N\0O: 8 X\n"s + " SG_ \xff\xfe : 0|8@7% (1,0) [0|0] \"\xb0\" X\n");
+    EXPECT_EQ(signal(1, "B")->valueOf(~std::uint64_t{0}), 0.0);
+    EXPECT_EQ(signal(1, "C")->valueOf(~std::uint64_t{0}), 15.0);
+    EXPECT_EQ(store.getMessage(0, 2)->name, "N");
+    EXPECT_EQ(signal(2, "\xc3\xbf\xc3\xbe")->unit, "\xc2\xb0");
+    EXPECT_EQ(findings.size(), 5U);
+}
+
+TEST_F(DbcReader, filesOfOneInterfaceAddUpAndInterfacesStayApart) {
+    load(kPlain);
+    load("BO_ 101 N: 8 X\n");
+    EXPECT_EQ(store.findInterfaceByNumber(0)->messages.size(), 2U);
+    readDbcFile(store, directory / "a.dbc", 1, "Other");
+    EXPECT_EQ(store.getMessage(1, 101)->name, "N");
+    EXPECT_THROW(readDbcFile(store, directory / "a.dbc", 2, "Other"), PrintMsgError);
+}
+
+}  // namespace
+}  // namespace trelis
