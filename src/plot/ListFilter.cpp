@@ -67,8 +67,7 @@ bool ListFilter::matches(RowType level, std::string_view name) const {
     if (piece.text.empty()) return true;
     const std::string lower = lowerCase(name);
     if (!piece.pattern) return lower.find(piece.text) != std::string::npos;
-    return g_pattern_match(piece.pattern.get(), static_cast<guint>(lower.size()), lower.c_str(),
-                           nullptr) != FALSE;
+    return g_pattern_spec_match(piece.pattern.get(), lower.size(), lower.c_str(), nullptr) != FALSE;
 }
 
 }  // namespace trelis

@@ -1,0 +1,333 @@
+// LogList: how rows are made, filtered and opened.
+#include <gtk/gtk.h>
+
+#include <algorithm>
+
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+#include "model/CanIface.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+#include "plot/LogList.h"
+
+namespace trelis {
+namespace {
+
+/// Signals that a filter opens by itself; further messages that hold a match stay closed.
+constexpr std::size_t kMostOpenedRows = 5000;
+
+Glib::ustring escaped(const std::string& text) {
+    return Glib::convert_return_gchar_ptr_to_ustring(
+        g_markup_escape_text(text.c_str(), static_cast<gssize>(text.size())));
+}
+
+}  // namespace
+
+struct LogList::RowValues {
+    std::string name;
+    bool active = false;
+    std::uint32_t messageId = 0;
+    Glib::ustring markup;
+    RowType type = RowType::kInterface;
+    std::uint32_t interfaceId = 0;
+    std::string comment;
+    bool visible = true;
+};
+
+Glib::ustring LogList::plainMarkup(const std::string& name) const {
+    return "<span font=\"" + escaped(Settings::instance().getListFont()) + "\">" + escaped(name) +
+           "</span>";
+}
+
+Glib::ustring LogList::signalMarkup(const Signal& signal) const {
+    const Message& message = *signal.message;
+    const std::string interface = message.hasParent() ? message.parent()->name : "Can";
+    const std::string color = store_.colorOf(interface, message.name, signal.name);
+    return "<span font=\"" + escaped(Settings::instance().getListFont()) + "\" foreground=\"" +
+           escaped(color) + "\">" + escaped(signal.name) + "</span>";
+}
+
+bool LogList::isListed(const Signal& signal) const {
+    return !signal.internalOnly && (showHidden_ || !signal.hidden);
+}
+
+std::vector<std::shared_ptr<Signal>> LogList::listedSignals(const Message& message) const {
+    std::vector<std::shared_ptr<Signal>> listed;
+    listed.reserve(message.signals.size());
+    for (const auto& signal : message.signals)
+        if (isListed(*signal)) listed.push_back(signal);
+    std::stable_sort(listed.begin(), listed.end(), [](const auto& a, const auto& b) {
+        return compareNames(a->name, b->name) < 0;
+    });
+    return listed;
+}
+
+LogList::RowValues LogList::signalValues(const Signal& signal) const {
+    const Message& message = *signal.message;
+    return {.name = signal.name,
+            .active = signal.selected,
+            .messageId = message.id,
+            .markup = signalMarkup(signal),
+            .type = RowType::kSignal,
+            .interfaceId = message.hasParent() ? message.parent()->number : 0,
+            .comment = signal.comment,
+            .visible = filter_.isEmpty() || filter_.matches(RowType::kSignal, signal.name)};
+}
+
+// One call a row, where setting the columns one by one would tell every view of each. The first
+// place is the only one that a tree store finds without walking the siblings.
+void LogList::insertRow(const Row* parent, const RowValues& values) {
+    GtkTreeIter iter;
+    auto* parentIter = parent != nullptr ? const_cast<GtkTreeIter*>(parent->gobj()) : nullptr;
+    const Glib::ustring tooltip = escaped(values.comment);
+    gtk_tree_store_insert_with_values(
+        model_->gobj(), &iter, parentIter, 0, columns_.name.index(), values.name.c_str(),
+        columns_.active.index(), static_cast<gboolean>(values.active), columns_.messageId.index(),
+        values.messageId, columns_.markup.index(), values.markup.c_str(),
+        columns_.expandMark.index(), static_cast<gboolean>(values.active), columns_.rowType.index(),
+        static_cast<guint>(values.type), columns_.interfaceId.index(), values.interfaceId,
+        columns_.tooltip.index(), tooltip.empty() ? nullptr : tooltip.c_str(),
+        columns_.visible.index(), static_cast<gboolean>(values.visible), -1);
+}
+
+void LogList::fillMessages(const CanIface& interface, const Row& parent) {
+    std::vector<std::shared_ptr<Message>> messages;
+    for (const auto& [id, message] : interface.messages)
+        messages.push_back(message);
+    std::stable_sort(messages.begin(), messages.end(), [](const auto& a, const auto& b) {
+        return compareNames(a->name, b->name) < 0;
+    });
+    // Each row goes to the first place, which is where it belongs.
+    if (sortOrder_ == Gtk::SORT_ASCENDING) std::reverse(messages.begin(), messages.end());
+    for (const auto& message : messages) {
+        insertRow(&parent, {.name = message->name,
+                            .active = message->selectedVisibleCount > 0,
+                            .messageId = message->id,
+                            .markup = plainMarkup(message->name),
+                            .type = RowType::kMessage,
+                            .interfaceId = interface.number,
+                            .comment = message->comment});
+        const bool hasSignals =
+            std::any_of(message->signals.begin(), message->signals.end(),
+                        [this](const auto& signal) { return isListed(*signal); });
+        const Row row = *parent.children().begin();
+        // The sorted place may be another than the first among equal names.
+        const Row messageRow =
+            row[columns_.messageId] == message->id ? row : *findMessageRow(*message);
+        if (hasSignals)
+            insertRow(&messageRow, {.name = "",
+                                    .messageId = message->id,
+                                    .markup = "",
+                                    .type = RowType::kPlaceholder,
+                                    .interfaceId = interface.number,
+                                    .comment = ""});
+    }
+}
+
+void LogList::fillModel() {
+    model_->clear();
+    for (const auto& [number, interface] : store_.interfaces) {
+        if (number < firstInterface_ || number >= lastInterface_) continue;
+        insertRow(nullptr, {.name = interface->name,
+                            .active = interface->selectedVisibleCount > 0,
+                            .markup = plainMarkup(interface->name),
+                            .type = RowType::kInterface,
+                            .interfaceId = number,
+                            .comment = ""});
+        for (const auto& row : model_->children())
+            if (row[columns_.interfaceId] == number) fillMessages(*interface, row);
+    }
+}
+
+bool LogList::isPopulated(const Row& messageRow) const {
+    const auto children = messageRow.children();
+    return !children.empty() && typeOf(*children.begin()) != RowType::kPlaceholder;
+}
+
+// The placeholder turns into the first signal that the filter lets through: a row that a view knows
+// is never taken from it while it is being opened.
+void LogList::populate(const Row& messageRow) {
+    if (messageRow.children().empty() || isPopulated(messageRow)) return;
+    const auto message = messageOf(messageRow);
+    auto signals = message ? listedSignals(*message) : std::vector<std::shared_ptr<Signal>>();
+    if (signals.empty()) return;
+    if (sortOrder_ == Gtk::SORT_ASCENDING) std::reverse(signals.begin(), signals.end());
+    const auto shown = std::find_if(signals.rbegin(), signals.rend(), [this](const auto& signal) {
+        return filter_.isEmpty() || filter_.matches(RowType::kSignal, signal->name);
+    });
+    const auto first = shown == signals.rend() ? signals.back() : *shown;
+    const Row placeholder = *messageRow.children().begin();
+    const RowValues values = signalValues(*first);
+    const Glib::ustring tooltip = escaped(values.comment);
+    gtk_tree_store_set(
+        model_->gobj(), const_cast<GtkTreeIter*>(placeholder.gobj()), columns_.rowType.index(),
+        static_cast<guint>(values.type), columns_.name.index(), values.name.c_str(),
+        columns_.active.index(), static_cast<gboolean>(values.active), columns_.markup.index(),
+        values.markup.c_str(), columns_.expandMark.index(), static_cast<gboolean>(values.active),
+        columns_.tooltip.index(), tooltip.empty() ? nullptr : tooltip.c_str(),
+        columns_.visible.index(), static_cast<gboolean>(values.visible), -1);
+    for (const auto& signal : signals)
+        if (signal != first) insertRow(&messageRow, signalValues(*signal));
+}
+
+// ---- rebuild
+
+void LogList::showModel(const Glib::RefPtr<Gtk::TreeModel>& model) {
+    set_model(model);
+    // A new model lets the view look for a search column of its own.
+    set_search_column(-1);
+}
+
+std::list<LogList::row_t> LogList::expandedRows() {
+    std::list<row_t> rows;
+    if (!get_model()) return rows;
+    map_expanded_rows([&](Gtk::TreeView*, const Gtk::TreeModel::Path& path) {
+        const Row row = modelRow(get_model()->get_iter(path));
+        row_t entry;
+        if (typeOf(row) == RowType::kInterface) {
+            entry.interface = nameOf(row);
+        } else {
+            entry.interface = nameOf(*row.parent());
+            entry.message = nameOf(row);
+        }
+        rows.push_back(entry);
+    });
+    return rows;
+}
+
+void LogList::expandRows(const std::list<row_t>& rows) {
+    RowSet names;
+    for (const auto& row : rows)
+        names.emplace(row.interface, row.message);
+    for (const auto& interfaceRow : get_model()->children()) {
+        const std::string interface = nameOf(interfaceRow);
+        if (!names.contains({interface, ""})) continue;
+        expand_row(get_model()->get_path(interfaceRow), false);
+        for (const auto& row : interfaceRow.children())
+            if (names.contains({interface, nameOf(row)}))
+                expand_row(get_model()->get_path(row), false);
+    }
+}
+
+void LogList::rebuild(std::uint32_t first, std::uint32_t last, bool keep) {
+    const auto open = keep ? expandedRows() : std::list<row_t>();
+    std::shared_ptr<Signal> current;
+    if (const auto selected =
+            get_model() ? get_selection()->get_selected() : Gtk::TreeModel::iterator();
+        keep && selected && typeOf(modelRow(selected)) == RowType::kSignal)
+        current = signalOf(modelRow(selected));
+    firstInterface_ = first;
+    lastInterface_ = last;
+    const Glib::ustring text = filter_.text();
+    unset_model();
+    filtered_.reset();
+    filter_ = ListFilter();
+    fillModel();
+    showModel(model_);
+    expandRows(open);
+    refreshChecks();
+    if (!text.empty()) {
+        applyFilter(text);
+    } else if (current) {
+        if (const auto row = findSignalRow(*current)) putCursor(viewPath(row));
+    }
+}
+
+void LogList::toggleHidden() {
+    showHidden_ = !showHidden_;
+    rebuild(firstInterface_, lastInterface_, true);
+}
+
+void LogList::refreshMarkup() {
+    for (const auto& interfaceRow : model_->children()) {
+        interfaceRow[columns_.markup] = plainMarkup(nameOf(interfaceRow));
+        for (const auto& row : interfaceRow.children()) {
+            row[columns_.markup] = plainMarkup(nameOf(row));
+            if (!isPopulated(row)) continue;
+            for (const auto& child : row.children())
+                if (const auto signal = signalOf(child))
+                    child[columns_.markup] = signalMarkup(*signal);
+        }
+    }
+}
+
+// ---- filter
+
+bool LogList::markMessage(const Row& row) {
+    const auto message = messageOf(row);
+    const bool shown =
+        message && filter_.matches(RowType::kMessage, message->name) &&
+        std::any_of(message->signals.begin(), message->signals.end(), [this](const auto& signal) {
+            return isListed(*signal) && filter_.matches(RowType::kSignal, signal->name);
+        });
+    row[columns_.visible] = shown;
+    if (shown && !isPopulated(row)) (*row.children().begin())[columns_.visible] = true;
+    if (shown && isPopulated(row))
+        for (const auto& child : row.children())
+            child[columns_.visible] = filter_.matches(RowType::kSignal, nameOf(child));
+    return shown;
+}
+
+void LogList::markVisible() {
+    for (const auto& interfaceRow : model_->children()) {
+        bool shown = false;
+        if (filter_.matches(RowType::kInterface, nameOf(interfaceRow)))
+            for (const auto& row : interfaceRow.children())
+                shown = markMessage(row) || shown;
+        interfaceRow[columns_.visible] = shown;
+    }
+}
+
+void LogList::expandMatches() {
+    std::size_t opened = 0;
+    for (const auto& interfaceRow : filtered_->children()) {
+        expand_row(filtered_->get_path(interfaceRow), false);
+        for (const auto& row : interfaceRow.children()) {
+            if (opened >= kMostOpenedRows) return;
+            expand_row(filtered_->get_path(row), false);
+            opened += row.children().size();
+        }
+    }
+}
+
+void LogList::applyFilter(const Glib::ustring& text) {
+    if (filter_.text() == text.raw()) {
+        if (text.empty()) refreshChecks();
+        return;
+    }
+    if (filter_.isEmpty()) expandedBefore_ = expandedRows();
+    unset_model();
+    filtered_.reset();
+    filter_ = ListFilter(text.raw());
+    if (filter_.isEmpty()) {
+        refreshChecks();
+        showModel(model_);
+        expandRows(expandedBefore_);
+        return;
+    }
+    markVisible();
+    filtered_ = Gtk::TreeModelFilter::create(model_);
+    filtered_->set_visible_column(columns_.visible);
+    showModel(filtered_);
+    expandMatches();
+}
+
+// ---- opening
+
+void LogList::expandSelected() {
+    for (const auto& interfaceRow : get_model()->children()) {
+        if (!interfaceRow[columns_.expandMark]) continue;
+        expand_row(get_model()->get_path(interfaceRow), false);
+        for (const auto& row : interfaceRow.children())
+            if (row[columns_.expandMark]) expand_row(get_model()->get_path(row), false);
+    }
+}
+
+void LogList::expandAll() {
+    for (const auto& interfaceRow : get_model()->children())
+        for (const auto& row : interfaceRow.children())
+            populate(modelRow(row));
+    expand_all();
+}
+
+}  // namespace trelis

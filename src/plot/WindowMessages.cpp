@@ -1,0 +1,87 @@
+// Window: dialogs that tell the user something, and that for the title.
+#include <gtkmm/dialog.h>
+#include <gtkmm/messagedialog.h>
+
+#include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
+#include "plot/Window.h"
+#include "plot/WindowHelp.h"
+
+namespace trelis {
+namespace {
+
+constexpr int kUpdateResponse = -5;
+constexpr int kDialogMargin = 10;  // px
+
+struct Severity {
+    const char* title;
+    Gtk::MessageType type;
+};
+
+Severity severityOf(int level) {
+    switch (level) {
+        case 0:
+            return {"Information", Gtk::MESSAGE_INFO};
+        case 1:
+            return {"Warning", Gtk::MESSAGE_WARNING};
+        case 2:
+            return {"Error", Gtk::MESSAGE_ERROR};
+        default:
+            return {"", Gtk::MESSAGE_OTHER};
+    }
+}
+
+}  // namespace
+
+// While a dialog runs, the main loop does, too; the timer's next call waits for this one.
+bool Window::showPendingMessages() {
+    if (!store_.guiRunning || showingMessages_) return true;
+    showingMessages_ = true;
+    MessageLog& log = MessageLog::instance();
+    if (!messagesShown_) {
+        messagesShown_ = true;
+        log.showAll(static_cast<Gtk::Window*>(this));
+    }
+    while (!log.isEmpty() && get_visible()) {
+        const MessageLogEntry entry = log.pop();
+        showMessage(entry.level, entry.text);
+    }
+    showingMessages_ = false;
+    return true;
+}
+
+void Window::showMessage(int level, const std::string& text) {
+    const Severity severity = severityOf(level);
+    Gtk::MessageDialog dialog(*this, severity.title, false, severity.type, Gtk::BUTTONS_OK, true);
+    dialog.set_secondary_text(text);
+    dialog.run();
+}
+
+void Window::showHelp() {
+    Gtk::MessageDialog dialog(*this, "Commands and controls", false, Gtk::MESSAGE_OTHER,
+                              Gtk::BUTTONS_OK, true);
+    dialog.set_secondary_text(helpMarkup(isDarkTheme(*this)), true);
+    dialog.run();
+}
+
+void Window::changeTitle() {
+    Gtk::Dialog dialog("Change title", *this, true);
+    Gtk::Entry entry;
+    entry.set_text(store_.title);
+    entry.set_width_chars(40);
+    entry.set_margin_start(kDialogMargin);
+    entry.set_margin_end(kDialogMargin);
+    entry.set_margin_top(kDialogMargin);
+    entry.set_margin_bottom(kDialogMargin);
+    bool entered = false;
+    entry.signal_activate().connect([&] {
+        entered = true;
+        dialog.hide();
+    });
+    dialog.get_content_area()->pack_start(entry);
+    dialog.add_button("Update", kUpdateResponse);
+    dialog.show_all();
+    if (dialog.run() == kUpdateResponse || entered) setTitleText(entry.get_text());
+}
+
+}  // namespace trelis
