@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -60,6 +61,11 @@ class ModelContext {
     /// Looks up `<iface>.<msg>.<sig>`. SignalNotFoundException or std::invalid_argument with a text
     /// for the user.
     virtual std::shared_ptr<Signal> getSignal(const std::string& reference) = 0;
+
+    /// Name of the interface with this number, if there is one.
+    [[nodiscard]] virtual std::optional<std::string> interfaceName(std::uint32_t /*number*/) const {
+        return std::nullopt;
+    }
 
     /// Colour text of a signal.
     [[nodiscard]] virtual std::string colorOf(const std::string& interface,

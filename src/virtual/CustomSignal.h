@@ -6,32 +6,30 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "virtual/BatchLock.h"
+#include "virtual/UnreadSamples.h"
 #include "virtual/VirtualSignal.h"
 
 namespace trelis {
 
-/// An input of a CustomSignal with its read position.
+/// An input of a CustomSignal with its read position. The pointers hold within one calculation.
 struct SignalInput {
     explicit SignalInput(std::shared_ptr<Signal> source) : signal(std::move(source)) {}
 
+    double heldValue = 0.0;        ///< value of the last sample read
+    const Sample* next = nullptr;  ///< the sample to read next
+    const Sample* end = nullptr;
+    const Sample* mark = nullptr;   ///< where reading for this step began
+    const Sample* first = nullptr;  ///< the sample at `index`
+    std::size_t index = 0;          ///< read position from one calculation to the next
     std::shared_ptr<Signal> signal;
-    const Sample* next = nullptr;   ///< valid within one calculation
-    const Sample* end = nullptr;    ///< likewise
-    std::size_t index = 0;          ///< read position from calculation to calculation
-    double heldValue = 0.0;         ///< value of the last sample read
-    const Sample* mark = nullptr;   ///< where this step began to read
-    const Sample* first = nullptr;  ///< stands for the sample at `index`
-    std::vector<Sample> copy;       ///< of the unread samples, during live runs
+    UnreadSamples unread;
 };
 
-/// The step loop reads the inputs' arrays in place: after a finished parse nobody writes to them.
-/// During a live run, where their decoders append meanwhile, it works on copies of the few samples
-/// that are new. `mutex` is held over a few hundred steps at a time.
 class CustomSignal : public VirtualSignal {
   public:
     /// Reads `step` and the common options of the group. std::invalid_argument for a step below 1.
@@ -45,8 +43,11 @@ class CustomSignal : public VirtualSignal {
     bool inputsReady() override;
     /// Does one step after the other as far as all inputs have samples beyond it.
     void calculate() override;
-    [[nodiscard]] bool usesSignal(const std::string& fullName) const override;
+    [[nodiscard]] bool usesSignal(const std::string& other) const override;
     void collectInputs(std::vector<std::shared_ptr<Signal>>& sources) const override;
+    /// The work of one step: reads the inputs' heldValue and curTime, and calls output if there is
+    /// a result. Called with `mutex` held.
+    virtual void calculateStep() {}
 
     std::vector<SignalInput> inputs;
     std::uint32_t step = 1;     ///< ms, never 0
@@ -54,10 +55,6 @@ class CustomSignal : public VirtualSignal {
     bool started = false;
 
   protected:
-    /// The work of one step: reads the inputs' heldValue and curTime, and calls output if there is
-    /// a result. `mutex` is held.
-    virtual void calculateStep() {}
-
     /// Adds the signal that the reference under this key names.
     void addInput(const Glib::KeyFile& keyFile, const std::string& group, const std::string& key);
     /// The input of a method that has one: `signal`, else `signal_01`.
@@ -66,24 +63,45 @@ class CustomSignal : public VirtualSignal {
     /// std::invalid_argument says if there is none.
     void addInputList(const Glib::KeyFile& keyFile, const std::string& group,
                       const char* noneText = "At least one signal_XX= must be defined");
+    /// The optional `resetSig`.
+    void addResetInput(const Glib::KeyFile& keyFile, const std::string& group);
+    /// Whether there is a reset input behind the first one, and it is above 0 or not a number.
+    [[nodiscard]] bool resetRequested() const {
+        return inputs.size() > 1 && !(inputs.back().heldValue <= 0.0);
+    }
 
     /// The step loop with `work` in the place of calculateStep.
     template <typename Work>
     void runSteps(Work&& work);
 
-    static constexpr unsigned kStepsPerLock = 512;
-
   private:
     /// Sets the read positions of all inputs; false if no step is possible.
     bool openInputs();
-    void copyInputs();
     void closeInputs();
     /// Reads all samples up to curTime; false if an input ran out.
     bool readInputs();
 
-    std::uint64_t soonest_ = 0;  ///< time of the next sample of the input that changes first
-    std::uint64_t latest_ = 0;   ///< the same of the one that changes last
+    std::uint64_t soonest_ = 0;  ///< time of the first of all inputs' next samples
+    std::uint64_t latest_ = 0;   ///< time of the last of them
 };
+
+template <typename Work>
+void CustomSignal::runSteps(Work&& work) {
+    if (!inputsReady() || !openInputs()) return;
+    {
+        BatchLock lock(*mutex);
+        while (curTime < soonest_ || readInputs()) {
+            work();
+            // A time that is damaged may lie at the end of the numbers.
+            const std::uint64_t room = std::numeric_limits<std::uint64_t>::max() - curTime;
+            curTime += step < room ? step : room;
+            // Over a gap of any input the next step is where all have come back.
+            if (latest_ > curTime && latest_ - curTime > kGapMs) curTime = latest_;
+            lock.tick();
+        }
+    }
+    closeInputs();
+}
 
 /// A method whose step the loop calls directly, without a virtual call.
 template <typename Method>

@@ -92,7 +92,4 @@ class VirtualSignal : public Signal, public PrintableSignal {
     bool fillLimitTold_ = false;
 };
 
-/// The text behind the last point of a group name, or all of it.
-std::string signalNameOfGroup(const std::string& group);
-
 }  // namespace trelis

@@ -91,6 +91,12 @@ std::shared_ptr<Signal> Store::getSignal(const std::string& reference) {
     return message->getSignal(complete.substr(messageEnd + 1));
 }
 
+std::optional<std::string> Store::interfaceName(std::uint32_t number) const {
+    const auto found = interfaces.find(number);
+    if (found == interfaces.end()) return std::nullopt;
+    return found->second->name;
+}
+
 std::shared_ptr<Message> Store::getMessage(std::uint32_t interfaceNumber, std::uint32_t id) const {
     const auto interface = findInterfaceByNumber(interfaceNumber);
     if (!interface)

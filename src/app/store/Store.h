@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -63,6 +64,7 @@ class Store : public ModelContext {
     [[nodiscard]] CanIface* findActiveInterface(std::uint32_t number) const;
     [[nodiscard]] std::shared_ptr<CanIface> findInterfaceByName(const std::string& name) const;
     std::shared_ptr<Signal> getSignal(const std::string& reference) override;
+    [[nodiscard]] std::optional<std::string> interfaceName(std::uint32_t number) const override;
     /// std::invalid_argument with a text that names the number.
     [[nodiscard]] std::shared_ptr<Message> getMessage(std::uint32_t interfaceNumber,
                                                       std::uint32_t id) const;
