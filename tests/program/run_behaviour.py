@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""Runs the program against a hostile surrounding: signals, full disks, closed pipes, settings.
+
+    run_behaviour.py SIGMIRA SIMLOGGER TEMPLATES
+"""
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM, SIMLOGGER, TEMPLATES = (str(pathlib.Path(a).resolve()) for a in sys.argv[1:4])
+DEADLINE = 60
+
+
+class Behaviour(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        self.home = pathlib.Path(self.folder.name)
+        self.settings = self.home / ".sigmira"
+
+    def start(self, *arguments, **options):
+        environment = {"PATH": os.environ["PATH"], "HOME": str(self.home)}
+        environment.update({k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")})
+        return subprocess.Popen([PROGRAM, *arguments], env=environment, stdin=subprocess.DEVNULL,
+                                stderr=subprocess.PIPE, **options)
+
+    def run_program(self, *arguments, **options):
+        options.setdefault("stdout", subprocess.PIPE)
+        with self.start(*arguments, **options) as process:
+            out, err = process.communicate(timeout=DEADLINE)
+            return process.returncode, (out or b"").decode(), err.decode()
+
+    def test_definition_paths_are_remembered(self):
+        dbc = self.home / "a.dbc"
+        dbc.write_text("BO_ 1 M: 8 E\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" E\n")
+        self.assertEqual(self.run_program("-q", "-d", str(dbc))[0], 0)
+        text = self.settings.read_text()
+        self.assertIn(f"dbFile={dbc}\n", text)
+        self.assertIn("vsdFile=./dummy\n", text)
+        self.assertEqual(self.settings.stat().st_mode & 0o777, 0o600)
+        self.assertEqual(self.run_program("-l")[1], "Can\n\tM\n\t\tS\nLogger\n" +
+                         self.run_program("-l")[1].split("Logger\n", 1)[1])
+
+    def test_listing_leaves_the_settings_alone(self):
+        self.settings.write_text("[global]\n# mine\ndbFile=./dummy\nvsdFile=./dummy\n")
+        before = self.settings.read_bytes()
+        self.assertEqual(self.run_program("-l", "-f", f"{TEMPLATES}/drive.vsd")[0], 0)
+        self.assertEqual(self.settings.read_bytes(), before)
+
+    def test_settings_that_cannot_be_saved_cost_no_results(self):
+        (self.home / ".sigmira").write_text("")
+        os.chmod(self.home, 0o555)
+        self.addCleanup(os.chmod, self.home, 0o755)
+        status, out, _ = self.run_program("-q", "-f", f"{TEMPLATES}/drive.vsd", "-s", "Virt.*.*",
+                                          TEMPLATES)
+        self.assertEqual(status, 0)
+        self.assertEqual(len(out.splitlines()), 2)
+
+    def test_a_full_disk_behind_standard_output_is_told(self):
+        for arguments in (["-o", TEMPLATES], ["-l", "-f", f"{TEMPLATES}/drive.vsd"],
+                          ["-q", "-f", f"{TEMPLATES}/drive.vsd", "-s", "Virt.*.*", TEMPLATES]):
+            with open("/dev/full", "wb") as full:
+                status, _, err = self.run_program(*arguments, stdout=full)
+            self.assertEqual(status, 1, arguments)
+            self.assertIn("No space left on device", err)
+
+    def test_a_reader_that_leaves_ends_the_program_quietly(self):
+        with self.start("-o", *([TEMPLATES] * 1), stdout=subprocess.PIPE) as process:
+            process.stdout.readline()
+            process.stdout.close()
+            err = process.stderr.read().decode()
+            self.assertEqual(process.wait(DEADLINE), -signal.SIGPIPE)
+            self.assertEqual(err, "")
+
+    def test_signals_end_a_dump_with_what_came_so_far(self):
+        subprocess.run([SIMLOGGER, "record", "--preset", "bench", "--files", "3", "--frames",
+                        "400000", "-o", str(self.home / "logs")], check=True, timeout=DEADLINE,
+                       stdout=subprocess.DEVNULL)
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.start("-o", str(self.home / "logs"), stdout=subprocess.PIPE) as process:
+                first = process.stdout.readline()
+                process.send_signal(number)
+                rest = process.stdout.read()
+                self.assertEqual(process.wait(DEADLINE), 128 + number)
+                self.assertTrue(first.startswith(b"date "))
+                self.assertTrue(rest.endswith(b"\n"))
+
+    def test_no_progress_line_goes_into_a_pipe(self):
+        _, _, err = self.run_program("-q", "--progress", "-f", f"{TEMPLATES}/drive.vsd", "-s",
+                                     "Virt.*.*", TEMPLATES)
+        self.assertNotIn("\r", err)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=1)
