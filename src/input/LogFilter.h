@@ -14,8 +14,8 @@ class LogFilter {
     /// What a record is kept for.
     enum class Keep {
         kNothing,
-        kGroup,        ///< a message decodes it
-        kOrder,        ///< something reads the frames in the order of the file
+        kGroup,         ///< a message decodes it
+        kOrder,         ///< something reads the frames in the order of the file
         kGroupAndOrder  ///< both
     };
     struct Verdict {
