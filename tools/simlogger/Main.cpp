@@ -1,9 +1,7 @@
-// simlogger: a stand-in for the field logger. It writes recordings with their definitions.
+// simlogger: a stand-in for the field logger. It writes recordings with their definitions, and
+// sends frames to a client.
 #include <cstdio>
 #include <exception>
-#include <fstream>
-#include <iterator>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,26 +9,32 @@
 
 #include "Presets.h"
 #include "Recording.h"
+#include "ScenarioChoice.h"
+#include "ServeCommand.h"
 #include "Text.h"
 
 namespace trelis::sim {
 namespace {
 
 constexpr std::string_view kHelp =
-    R"(simlogger: writes recordings as the field logger would, with their DBC and VSD files.
-The same scenario and seed give the same bytes.
+    R"(simlogger: writes recordings as the field logger would, with their DBC and VSD files, and sends
+frames to a client as its network port would. The same scenario and seed give the same bytes.
 
 usage: simlogger record --scenario FILE|--preset NAME -o DIRECTORY [OPTIONS]
+       simlogger serve LOGFILE...|--scenario FILE|--preset NAME [OPTIONS]
        simlogger scenario --preset NAME
        simlogger presets
        simlogger --help
 
 record    writes log files, DBC files, a VSD file and further texts into the directory
+serve     sends the frames to a client that connects, on the loopback address
 scenario  prints the text of a preset, to begin a scenario of one's own with
 presets   lists the presets
 
 OPTIONS of record
   -o, --output DIRECTORY   where to write; made if it is missing
+
+OPTIONS of record and serve
   --scenario FILE          read the scenario from a file
   --preset NAME            take one that the program brings along
   --set KEY=VALUE          set a key of the [recording] section; may be repeated
@@ -39,6 +43,16 @@ OPTIONS of record
   --frames N               short for --set frames=N
   --messages N             messages of the preset bench, 120 unless given
   --interfaces N           interfaces of the preset bench, 1 unless given
+
+OPTIONS of serve
+  --port N                 777 unless given; 0 takes a free one and prints it
+  --key TEXT               encrypt the stream; the client needs the same text
+  --speed N|max            times real time, 1 unless given; max: as fast as the client asks
+  --once                   end after one connection
+  --piece N                cut the stream of blocks into pieces of at most N bytes
+  --fault KIND             misbehave on purpose: wrong-tag, wrong-key, too-long, overflow,
+                           odd-length, empty, garbage, bad-block, half, silence, reset, close
+  --after N                good answers before the fault, 0 unless given
 
 A SCENARIO is a text of key=value lines under [section] heads; # begins a comment line.
 
@@ -78,25 +92,10 @@ A SCENARIO is a text of key=value lines under [section] heads; # begins a commen
 text NAME <<<           the lines up to >>> become a file of this name
 )";
 
-/// A command line that cannot be used.
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 struct RecordOptions {
     std::string output;
-    std::string scenarioFile;
-    std::string preset;
-    std::vector<std::pair<std::string, std::string>> settings;
-    BenchOptions bench;
+    ScenarioChoice scenario;
 };
-
-std::uint32_t smallNumber(std::string_view text) {
-    const auto value = numberIn<std::uint32_t>(text);
-    if (!value) throw UsageError("'" + std::string(text) + "' is not a number");
-    return *value;
-}
 
 RecordOptions recordOptions(std::span<const std::string_view> arguments) {
     RecordOptions options;
@@ -106,70 +105,16 @@ RecordOptions recordOptions(std::span<const std::string_view> arguments) {
         const std::string_view value = arguments[++i];
         if (name == "-o" || name == "--output")
             options.output = value;
-        else if (name == "--scenario")
-            options.scenarioFile = value;
-        else if (name == "--preset")
-            options.preset = value;
-        else if (name == "--seed" || name == "--files" || name == "--frames")
-            options.settings.emplace_back(name.substr(2), value);
-        else if (name == "--messages")
-            options.bench.messages = smallNumber(value);
-        else if (name == "--interfaces")
-            options.bench.interfaces = smallNumber(value);
-        else if (name == "--set") {
-            std::string_view rest = value;
-            const std::string_view key = trimmed(takeUntil(rest, "="));
-            options.settings.emplace_back(key, trimmed(rest));
-        } else {
+        else if (!options.scenario.take(name, value))
             throw UsageError("there is no option " + std::string(name));
-        }
     }
     if (options.output.empty()) throw UsageError("-o DIRECTORY is missing");
-    if (options.scenarioFile.empty() == options.preset.empty())
-        throw UsageError("one of --scenario and --preset is needed");
     return options;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (!stream.is_open() || stream.bad()) throw std::runtime_error("cannot read " + path);
-    return text;
-}
-
-std::string textOfPreset(std::string_view name) {
-    std::optional<std::string> text = presetText(name);
-    if (!text)
-        throw UsageError("there is no preset '" + std::string(name) + "'; see simlogger presets");
-    return std::move(*text);
-}
-
-Scenario scenarioOf(const RecordOptions& options) {
-    if (options.preset != "bench") {
-        const bool fromFile = !options.scenarioFile.empty();
-        Scenario scenario =
-            parseScenario(fromFile ? readFile(options.scenarioFile) : textOfPreset(options.preset));
-        for (const auto& [key, value] : options.settings)
-            setRecordingKey(scenario.recording, key, value);
-        return scenario;
-    }
-    // The seed of the measuring preset also makes its messages, so it has to be known before.
-    RecordingSpec wanted;
-    BenchOptions bench = options.bench;
-    wanted.seed = bench.seed;
-    for (const auto& [key, value] : options.settings)
-        setRecordingKey(wanted, key, value);
-    bench.seed = wanted.seed;
-    Scenario scenario = benchScenario(bench);
-    for (const auto& [key, value] : options.settings)
-        setRecordingKey(scenario.recording, key, value);
-    return scenario;
 }
 
 int record(std::span<const std::string_view> arguments) {
     const RecordOptions options = recordOptions(arguments);
-    Scenario scenario = scenarioOf(options);
-    completeScenario(scenario);
+    const Scenario scenario = options.scenario.scenario();
     const RecordingSummary summary = writeRecording(scenario, options.output);
     std::size_t signals = 0;
     for (const MessageSpec& message : scenario.messages)
@@ -197,6 +142,7 @@ int run(std::span<const std::string_view> arguments) {
         return 0;
     }
     if (command == "record") return record(arguments.subspan(1));
+    if (command == "serve") return serve(arguments.subspan(1));
     if (command == "presets" && arguments.size() == 1) return printPresets();
     if (command == "scenario" && arguments.size() == 3 && arguments[1] == "--preset") {
         std::printf("%s", textOfPreset(arguments[2]).c_str());
