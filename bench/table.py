@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+"""Measures sigmira against the floor programs and prints a table in Markdown.
+
+The commands of a row run in turn, round after round, each as a process of its own with a home
+directory of its own; a ratio is the median over the rounds of the ratios within one round. So a
+machine that is busy for a while slows both sides down alike. One round before is not counted.
+"""
+import argparse
+import glob
+import hashlib
+import os
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+
+class Run:
+    """What one run of a command took: CPU and wall seconds, peak memory in MB."""
+
+    def __init__(self, command, output, home):
+        environment = dict(os.environ, HOME=home, LC_ALL="C")
+        environment.pop("DISPLAY", None)
+        with open(output, "wb") as out, tempfile.TemporaryFile() as messages:
+            begin = time.perf_counter()
+            process = subprocess.Popen(command, stdout=out, stderr=messages, env=environment)
+            _, status, usage = os.wait4(process.pid, 0)
+            self.wall = time.perf_counter() - begin
+            process.returncode = os.waitstatus_to_exitcode(status)
+            messages.seek(0)
+            self.messages = messages.read().decode(errors="replace")
+        if process.returncode != 0:
+            sys.exit(f"{' '.join(command[:6])} ... ended with {process.returncode}:\n{self.messages}")
+        self.cpu = usage.ru_utime + usage.ru_stime
+        self.memory = usage.ru_maxrss / 1024
+
+
+def median(values):
+    return statistics.median(list(values))
+
+
+def in_turn(commands, rounds, output, home):
+    """Runs the commands in turn; returns for each of them its list of runs."""
+    results = [[] for _ in commands]
+    for number in range(rounds + 1):
+        for command, runs in zip(commands, results):
+            run = Run(command, output, home)
+            if number > 0:
+                runs.append(run)
+    return results
+
+
+def ratios(over, under, key="cpu"):
+    return [getattr(a, key) / max(getattr(b, key), 1e-9) for a, b in zip(over, under)]
+
+
+class Table:
+    def __init__(self):
+        self.failed = 0
+        print("| work | measured | bar | goal | verdict | for scale |")
+        print("|---|---|---|---|---|---|")
+
+    def row(self, work, value, unit, bar, goal, scale, low=None):
+        """`value` has to be at most `bar`, and at least `low` if that is given."""
+        good = value <= bar and (low is None or value >= low)
+        self.failed += not good
+        verdict = "goal" if good and value <= goal else "bar" if good else "MISSED"
+        print(f"| {work} | {value:.2f}{unit} | {bar:g}{unit} | {goal:g}{unit} | {verdict} | {scale} |",
+              flush=True)
+
+
+class Bench:
+    def __init__(self, options, home):
+        self.options = options
+        self.home = home
+        self.files = sorted(glob.glob(os.path.join(options.data, "bench_*.bin")))
+        if len(self.files) < 4:
+            sys.exit(f"no recording in {options.data}; scripts/bench makes one")
+        self.frames = options.frames * len(self.files)
+        self.table = None
+
+    def vsd(self, name):
+        return os.path.join(self.options.data, name)
+
+    def floor(self, name, *arguments, files=None):
+        return [os.path.join(self.options.floors, "floor-" + name), *arguments, *(files or self.files)]
+
+    def sigmira(self, *arguments, files=None):
+        return [self.options.sigmira, *arguments, *(files or self.files)]
+
+    def query(self, vsd, pattern="Virt.*.*", files=None):
+        return self.sigmira("-q", "-f", self.vsd(vsd), "-s", pattern, files=files)
+
+    def in_turn(self, *commands, output=os.devnull):
+        return in_turn(commands, self.options.rounds, output, self.home)
+
+    def scale(self, runs, floor):
+        nanoseconds = [median(r.cpu for r in side) / self.frames * 1e9 for side in (runs, floor)]
+        return f"{nanoseconds[0]:.1f} against {nanoseconds[1]:.1f} ns CPU a frame"
+
+    def check_text(self):
+        """The ratio of two printers says something only if they print the same."""
+        digests = []
+        for command in (self.floor("asc", files=self.files[:2]), self.sigmira("-o", files=self.files[:2])):
+            digest = hashlib.sha256()
+            with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                  env=dict(os.environ, HOME=self.home)) as process:
+                # In pieces: a process begins with the peak memory of the one that started it.
+                while piece := process.stdout.read(1 << 16):
+                    digest.update(piece)
+            digests.append(digest.hexdigest())
+        if digests[0] != digests[1]:
+            sys.exit("floor-asc and sigmira -o print different texts")
+
+    def printing(self):
+        self.check_text()
+        with tempfile.NamedTemporaryFile(dir=os.path.dirname(self.options.data)) as file:
+            for work, output, bar, goal in (("`-o` to the null device", os.devnull, 2.0, 1.5),
+                                            ("`-o` to a file", file.name, 1.6, 1.3)):
+                floor, runs = self.in_turn(self.floor("asc"), self.sigmira("-o"), output=output)
+                self.table.row(work, median(ratios(runs, floor)), "x", bar, goal, self.scale(runs, floor))
+
+    def decoding(self):
+        rows = (("10 signals", "bench_10.vsd", "Virt.*.*", 1.6, 1.3),
+                ("100 signals", "bench_100.vsd", "Virt.*.*", 1.6, 1.3),
+                ("all signals", "bench.vsd", "Can*.*.*", 2.0, 1.3))
+        for work, vsd, pattern, bar, goal in rows:
+            floor, runs = self.in_turn(self.floor("decode", self.vsd(vsd)), self.query(vsd, pattern))
+            name = f"`-q`, {work}"
+            self.table.row(name, median(ratios(runs, floor)), "x", bar, goal, self.scale(runs, floor))
+            wall = median(r.wall / r.cpu for r in runs)
+            self.table.row(f"{name}: wall of CPU time", wall, "x", 0.65, 0.55,
+                           f"{median(r.wall for r in runs):.2f} s on {os.cpu_count()} processors")
+            self.memory(name, vsd, floor, runs)
+
+    def memory(self, name, vsd, floor, runs):
+        peak = median(r.memory for r in runs)
+        if vsd == "bench_10.vsd":
+            self.table.row(f"{name}: peak memory", peak, " MB", 64, 40,
+                           f"floor {median(r.memory for r in floor):.0f} MB")
+        if vsd == "bench.vsd":
+            # At most twice as many files as processors are held, at 32 bytes a frame.
+            stored = int(re.search(r"stored (\d+)", floor[0].messages).group(1))
+            flight = min(2 * os.cpu_count(), len(self.files)) * self.options.frames * 32 / 2**20
+            self.table.row(f"{name}: memory a stored sample", (peak - flight) * 2**20 / stored, " B", 24, 20,
+                           f"{peak:.0f} MB, of it {flight:.0f} MB for files in flight; "
+                           f"{stored} samples, floor {median(r.memory for r in floor):.0f} MB")
+
+    def growth(self):
+        quarter = self.files[:len(self.files) // 4]
+        few, many = self.in_turn(self.query("bench_10.vsd", files=quarter), self.query("bench_10.vsd"))
+        times = len(self.files) / len(quarter)
+        self.table.row(f"frames x {times:g}, time as a share of {times:g} times", median(ratios(many, few)) / times,
+                       "x", 1.1, 1.1, "within 10 %", low=0.9)
+        few, many, floor_few, floor_many = self.in_turn(
+            self.query("bench_few.vsd"), self.query("bench_many.vsd"),
+            self.floor("decode", self.vsd("bench_few.vsd")), self.floor("decode", self.vsd("bench_many.vsd")))
+        self.table.row("messages wanted x 10, equal frames", median(ratios(many, few)), "x", 1.15, 1.15,
+                       f"floor {median(ratios(floor_many, floor_few)):.2f}x")
+
+    def start(self):
+        sample = sorted(glob.glob(os.path.join(self.options.sample, "drive*.bin")))
+        (runs,) = self.in_turn(self.sigmira("-q", "-f", os.path.join(self.options.sample, "drive.vsd"), "-s",
+                                            "Virt.Trip.*", files=sample))
+        self.table.row("the sample, start to end", median(r.wall for r in runs) * 1000, " ms", 50, 50, "wall")
+
+    def run(self):
+        parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "start": self.start}
+        print(f"{len(self.files)} files of {self.options.frames} frames, medians of {self.options.rounds} rounds.\n")
+        self.table = Table()
+        for name in self.options.only or parts:
+            parts[name]()
+        return 1 if self.table.failed else 0
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--sigmira", required=True, help="the program to measure")
+    parser.add_argument("--floors", required=True, help="directory of the floor programs")
+    parser.add_argument("--data", required=True, help="directory of the recording")
+    parser.add_argument("--sample", required=True, help="directory of the bundled sample")
+    parser.add_argument("--frames", type=int, required=True, help="frames a file")
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--only", action="append", choices=["printing", "decoding", "growth", "start"])
+    options = parser.parse_args()
+    options.data = os.path.abspath(options.data)
+    with tempfile.TemporaryDirectory(prefix="home-", dir=os.path.dirname(options.data)) as home:
+        sys.exit(Bench(options, home).run())
+
+
+if __name__ == "__main__":
+    main()
