@@ -93,6 +93,22 @@ void writeNames(HelpWriter& help) {
                                   "file.\n";
 }
 
+void writeInputs(HelpWriter& help) {
+    help.head("METHOD, INPUTS AND STEP");
+    help << "Every group needs the key ";
+    help.key("method") << ", its inputs and, but for integrate, a ";
+    help.key("step") << ":\n  ";
+    help.key("signal") << " or ";
+    help.key("signal_01") << "=";
+    help.placeholder("signal") << "  the input\n  ";
+    help.key("signal_01") << ", ";
+    help.key("signal_02") << "...=";
+    help.placeholder("signal") << "  the inputs of expression, equals, lookuptable and of the\n"
+                                  "      calculations from sum on, at most 99 without a gap\n  ";
+    help.key("step") << "=";
+    help.placeholder("integer") << " ms  one value at this time interval, 1 or more\n";
+}
+
 void writeCommonOptions(HelpWriter& help) {
     help.head("COMMON OPTIONS");
     help << "They apply to all virtual signals, in this order: ";
@@ -107,15 +123,21 @@ void writeCommonOptions(HelpWriter& help) {
         writeKey(help, key);
 }
 
+void writeOwnKeys(HelpWriter& help, const MethodHelp& method) {
+    for (const KeyHelp& key : method.keys) {
+        const bool isInput = key.key == "signal" || key.key == "signal_01";
+        const bool isStep = key.key == "step" && key.fallback.empty();
+        if (!isInput && !isStep) writeKey(help, key);
+    }
+}
+
 // Keys that stand right above, at the method before, are not told again. What the method does is
 // then the comment of its example, if it has no other.
 void writeMethod(HelpWriter& help, const MethodHelp& method, bool sameKeys) {
     help.head(method.method);
     const bool commented = method.example.starts_with('#');
     if (!sameKeys || commented) help << method.help << "\n";
-    if (!sameKeys)
-        for (const KeyHelp& key : method.keys)
-            writeKey(help, key);
+    if (!sameKeys) writeOwnKeys(help, method);
     if (!commented) help << "    # " << method.help << "\n";
     writeExample(help, method.example);
 }
@@ -126,6 +148,7 @@ std::string vsdHelpText() {
     HelpWriter help;
     writeFileForm(help);
     writeNames(help);
+    writeInputs(help);
     writeCommonOptions(help);
     const auto methods = methodKeys();
     for (std::size_t i = 0; i < methods.size(); ++i) {

@@ -191,6 +191,7 @@ constexpr std::array kMethods = {
                "[Place.harbour]\nmethod=geofence\ntype=square\ntopleft=57.7010;11.9200\n"
                "bottomright=57.6900;11.9600\n"},
     MethodHelp{"sum", "signal_01 + signal_02 + ...", kMathKeys,
+               "# both wheels of an axle\n"
                "[Axle.load]\nmethod=sum\nsignal_01=Can.Axle.left\nsignal_02=Can.Axle.right\n"
                "step=100\n"},
     MethodHelp{"sub", "signal_01 - signal_02 - ...", kMathKeys,
@@ -198,9 +199,11 @@ constexpr std::array kMethods = {
                "[Wheel.slip]\nmethod=sub\nsignal_01=Can.Wheel.rear\nsignal_02=Can.Wheel.front\n"
                "step=20\n"},
     MethodHelp{"mult", "signal_01 x signal_02 x ...", kMathKeys,
+               "# watts from volts and amperes\n"
                "[Power.electric]\nmethod=mult\nsignal_01=Can.Power.voltage\n"
                "signal_02=Can.Power.current\nstep=100\nunit=W\n"},
     MethodHelp{"div", "signal_01 / signal_02 / ...", kMathKeys,
+               "# how the gearbox is geared now\n"
                "[Gearbox.ratio]\nmethod=div\nsignal_01=Can.Engine.rpm\n"
                "signal_02=Can.Gearbox.shaftRpm\nstep=100\n"},
     MethodHelp{"avg", "mean of all inputs at a time", kMathKeys,
@@ -212,7 +215,20 @@ constexpr std::array kMethods = {
     MethodHelp{"min", "smallest of all inputs", kMathKeys,
                "[Tyre.lowest]\nmethod=min\nsignal_01=Can.Tyre.left\nsignal_02=Can.Tyre.right\n"
                "step=1000\n"},
+    MethodHelp{"inv", "1 / signal_01", kMathKeys,
+               "# seconds a turn\n"
+               "[Wheel.period]\nmethod=inv\nsignal_01=Can.Wheel.frequency\nstep=100\nunit=s\n"},
+    MethodHelp{"sqrt", "square root", kMathKeys,
+               "[Flow.rate]\nmethod=sqrt\nsignal_01=Can.Flow.pressure\nstep=100\n"},
+    MethodHelp{"sqr", "signal_01 x signal_01", kMathKeys,
+               "[Air.drag]\nmethod=sqr\nsignal_01=Can.Vehicle.speed\nstep=100\n"},
+    MethodHelp{"der", "change per second", kMathKeys,
+               "[Vehicle.acceleration]\nmethod=der\nsignal_01=Can.Vehicle.speed\nstep=100\n"},
+    MethodHelp{"derive", "the same as der", kMathKeys,
+               "# the step smooths: a longer one gives a calmer result\n"
+               "[Engine.spinUp]\nmethod=derive\nsignal_01=Can.Engine.rpm\nstep=500\n"},
     MethodHelp{"sin", "sine", kAngleKeys,
+               "# height gained by length of road\n"
                "[Road.grade]\nmethod=sin\nsignal_01=Can.Body.pitch\nstep=100\n"},
     MethodHelp{"cos", "cosine", kAngleKeys,
                "[Road.level]\nmethod=cos\nsignal_01=Can.Body.pitch\nstep=100\n"},
@@ -225,17 +241,6 @@ constexpr std::array kMethods = {
                "[Body.tilt]\nmethod=acos\nsignal_01=Can.Body.gVertical\nstep=100\nunit=deg\n"},
     MethodHelp{"atan", "arc tangent", kAngleKeys,
                "[Road.angle]\nmethod=atan\nsignal_01=Virt.Road.slope\nstep=100\nfact=0.01\n"},
-    MethodHelp{"inv", "1 / signal_01", kMathKeys,
-               "[Wheel.period]\nmethod=inv\nsignal_01=Can.Wheel.frequency\nstep=100\nunit=s\n"},
-    MethodHelp{"sqrt", "square root", kMathKeys,
-               "[Flow.rate]\nmethod=sqrt\nsignal_01=Can.Flow.pressure\nstep=100\n"},
-    MethodHelp{"sqr", "signal_01 x signal_01", kMathKeys,
-               "[Air.drag]\nmethod=sqr\nsignal_01=Can.Vehicle.speed\nstep=100\n"},
-    MethodHelp{"der", "change per second", kMathKeys,
-               "[Vehicle.acceleration]\nmethod=der\nsignal_01=Can.Vehicle.speed\nstep=100\n"},
-    MethodHelp{"derive", "the same as der", kMathKeys,
-               "# the step smooths: a longer one gives a calmer result\n"
-               "[Engine.spinUp]\nmethod=derive\nsignal_01=Can.Engine.rpm\nstep=500\n"},
     MethodHelp{"fmod", "remainder of a division, with the input's sign", kModuloKeys,
                "# 370 degrees read 10, -370 read -10\n"
                "[Steering.angle]\nmethod=fmod\nsignal_01=Can.Steering.turned\ndenom=360\n"
