@@ -2,6 +2,8 @@
 
 #include <gdkmm/general.h>
 
+#include <mutex>
+
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/paint/TimeBox.h"
@@ -42,14 +44,6 @@ void drawLine(const Cairo::RefPtr<Cairo::Context>& cr, TrackPoints points, const
     cr->stroke();
 }
 
-std::vector<TrackPoint> planePoints(const GPSTrack& track) {
-    std::vector<TrackPoint> points;
-    points.reserve(track.points.size());
-    for (const GPSPoint& point : track.points)
-        points.push_back({point.time, point.x, point.y});
-    return points;
-}
-
 }  // namespace
 
 GPSPlot::GPSPlot(const AnalysisContext& context) : context_(context) {
@@ -84,11 +78,18 @@ bool GPSPlot::on_configure_event(GdkEventConfigure* event) {
 
 void GPSPlot::render(int width, int height) {
     const Store& store = context_.store;
-    points_ = planePoints(*track_);
-    const TrackParts parts =
-        splitTrack(points_, {store.intervalStart, store.intervalEnd},
-                   {context_.timeBox.start, context_.timeBox.end}, store.leftRuler,
-                   store.rightRuler, static_cast<std::uint64_t>(track_->lastPointTime));
+    points_.clear();
+    std::uint64_t lastPointTime = 0;
+    {
+        const std::lock_guard lock(*track_->mutex);
+        points_.reserve(track_->points.size());
+        for (const GPSPoint& point : track_->points)
+            points_.push_back({point.time, point.x, point.y});
+        lastPointTime = track_->lastPointTime;
+    }
+    const TrackParts parts = splitTrack(points_, {store.intervalStart, store.intervalEnd},
+                                        {context_.timeBox.start, context_.timeBox.end},
+                                        store.leftRuler, store.rightRuler, lastPointTime);
     plane_ = PlaneView::fit(PlaneBounds::of(parts.whole), width * zoom_.factor(),
                             height * zoom_.factor());
 
