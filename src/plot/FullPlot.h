@@ -46,8 +46,7 @@ class FullPlot : public Gtk::DrawingArea {
     Settings& settings_;
     TimeSpan span_;  ///< the data span at the last rendering
     bool dragging_ = false;
-    bool refreshArmed_ = false;  ///< a live stream's next rendering is due by the timer
-    sigc::connection refreshTimer_;
+    sigc::connection refreshTimer_;  ///< a live stream's next rendering
     std::vector<sigc::connection> connections_;
 
     PlotPicture picture_;  ///< last: its threads end before anything else goes

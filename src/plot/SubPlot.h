@@ -60,28 +60,35 @@ class SubPlot : public Gtk::DrawingArea {
     void onDataChanged();
     void onPainted();
     void render();
-    /// Arranges one later repaint (1) or rendering (2), unless one of that level waits.
-    void scheduleRefresh(int level, unsigned delayMs);
-    bool onRefresh(int level);
+    /// Arrange one later repaint or rendering, unless one waits already.
+    void scheduleRepaint(unsigned delayMs);
+    void scheduleRender(unsigned delayMs);
+    void markBusy();
     void clearBusy();
 
     void drawHighlight(const Cairo::RefPtr<Cairo::Context>& cr);
     void drawRulers(const Cairo::RefPtr<Cairo::Context>& cr);
-    void drawLabel(const Cairo::RefPtr<Cairo::Context>& cr, const RulerLabel& label);
-    /// The rows with their values at the rulers; a signal that is being written keeps its last
-    /// known values and asks for another look.
+    void drawRulerLines(const Cairo::RefPtr<Cairo::Context>& cr, const RulerColumns& columns,
+                        const std::vector<RulerTick>& ticks);
+    void drawLabels(const Cairo::RefPtr<Cairo::Context>& cr, std::vector<RulerLabel> labels);
+    /// The rows with their values at the rulers. A signal whose samples are being written keeps
+    /// its last known values, and another look is arranged.
     std::vector<RulerRow> rulerRows();
     [[nodiscard]] std::vector<RulerLabel> timeLabels(const RulerColumns& columns) const;
 
+    /// Shows another interval at once, by stretching the picture, and has it painted.
     void applyView(TimeSpan view);
+    bool handlePlainKey(unsigned key);
     void moveRuler(double x);
     void publishRulers();
-    void setRowAction(const std::shared_ptr<Signal>& signal);
+    void actOnRow(const std::shared_ptr<Signal>& signal);
     [[nodiscard]] bool anyKeyHeld() const { return holdH_ || holdC_ || holdF_ || holdS_; }
     [[nodiscard]] std::shared_ptr<Signal> signalAtRow(double y) const;
-    [[nodiscard]] TimeSpan view() const { return {viewStart_, viewEnd_}; }
+    /// The visible interval; all data while none is set.
+    [[nodiscard]] TimeSpan view() const;
     [[nodiscard]] TimeSpan bounds() const;
-    [[nodiscard]] int rowHeight() const;
+    [[nodiscard]] int rowHeight(std::size_t rows) const;
+    [[nodiscard]] bool hasBothRulers() const;
     [[nodiscard]] std::string chooseDumpFile();
 
     Store& store_;
@@ -89,9 +96,10 @@ class SubPlot : public Gtk::DrawingArea {
     Settings& settings_;
     PlotHost& host_;
 
-    int timeStrip_;         ///< px kept free at the bottom for time labels
-    int refreshLevel_ = 0;  ///< pending one-shot refresh: 0 none, 1 repaint, 2 render
-    sigc::connection refreshTimer_;
+    bool split_ = false;  ///< each signal has a row of its own, at the last rendering
+    int timeStrip_;       ///< px kept free at the bottom for time labels
+    sigc::connection repaintTimer_;
+    sigc::connection renderTimer_;
     bool busyMarked_ = false;  ///< the Store was told that this plot paints
     std::uint64_t viewStart_ = 0;
     std::uint64_t viewEnd_ = 0;

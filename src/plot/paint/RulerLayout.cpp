@@ -96,9 +96,9 @@ RulerMarks layoutRulers(const RulerColumns& columns, const std::vector<RulerRow>
         marks.labels.push_back(std::move(label));
     };
     for (const RulerRow& row : rows) {
-        if (columns.hasLeft())
+        if (row.known && columns.showsLeft())
             add(row, row.left, columns.left, columns.leftPointsLeft(), row.left.text);
-        if (columns.hasRight()) {
+        if (row.known && columns.showsRight()) {
             const bool delta = style.showDelta && columns.hasLeft();
             const double difference = row.right.value - row.left.value;
             add(row, row.right, columns.right, columns.rightPointsLeft(),

@@ -22,6 +22,9 @@ struct RulerColumns {
 
     [[nodiscard]] bool hasLeft() const { return leftTime > 0; }
     [[nodiscard]] bool hasRight() const { return rightTime > 0; }
+    /// A ruler outside the view has no labels: they would stand at the edge without their line.
+    [[nodiscard]] bool showsLeft() const { return hasLeft() && left >= 0 && left < width; }
+    [[nodiscard]] bool showsRight() const { return hasRight() && right >= 0 && right < width; }
     /// Labels point away from the other ruler.
     [[nodiscard]] bool leftPointsLeft() const { return hasRight() && right >= left; }
     [[nodiscard]] bool rightPointsLeft() const { return hasRight() && hasLeft() && right < left; }
@@ -39,6 +42,7 @@ struct RulerRow {
     const void* key = nullptr;  ///< identity of the signal, never dereferenced
     std::string name;
     std::string unit;
+    bool known = false;  ///< the rest was read; without it the row has no marks
     ValueRange range;
     bool hasSamples = false;
     std::int64_t leftTime = -1;  ///< the times that the values are for

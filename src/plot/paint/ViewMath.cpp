@@ -22,6 +22,12 @@ TimeSpan spanAt(std::uint64_t base, double startOffset, double endOffset, TimeSp
     return limitView({at(startOffset), at(endOffset)}, bounds);
 }
 
+/// Tenths of the view's length, in whole ms.
+std::uint64_t panStep(TimeSpan view, double steps) {
+    return steps == 1.0 ? view.length() / 10
+                        : toTime(static_cast<double>(view.length()) / 10 * steps);
+}
+
 }  // namespace
 
 TimeSpan limitView(TimeSpan view, TimeSpan bounds) {
@@ -50,15 +56,15 @@ TimeSpan zoomOnto(TimeSpan view, std::uint64_t time, double factor, TimeSpan bou
     return limitView({toTime(start), toTime(end)}, bounds);
 }
 
-TimeSpan panEarlier(TimeSpan view, TimeSpan bounds) {
+TimeSpan panEarlier(TimeSpan view, TimeSpan bounds, double steps) {
     const std::uint64_t room = view.start > bounds.start ? view.start - bounds.start : 0;
-    const std::uint64_t step = std::min(view.length() / 10, room);
+    const std::uint64_t step = std::min(panStep(view, steps), room);
     return limitView({view.start - step, view.end - step}, bounds);
 }
 
-TimeSpan panLater(TimeSpan view, TimeSpan bounds) {
+TimeSpan panLater(TimeSpan view, TimeSpan bounds, double steps) {
     const std::uint64_t room = bounds.end > view.end ? bounds.end - view.end : 0;
-    const std::uint64_t step = std::min(view.length() / 10, room);
+    const std::uint64_t step = std::min(panStep(view, steps), room);
     return limitView({view.start + step, view.end + step}, bounds);
 }
 

@@ -24,9 +24,9 @@ inline constexpr double kZoomOut = 1.2;
 [[nodiscard]] TimeSpan zoomAround(TimeSpan view, double position, double factor, TimeSpan bounds);
 /// The view with its length times `factor` and `time` in its middle, as the overview zooms.
 [[nodiscard]] TimeSpan zoomOnto(TimeSpan view, std::uint64_t time, double factor, TimeSpan bounds);
-/// The view moved by a tenth of its length, or as far as the bounds allow.
-[[nodiscard]] TimeSpan panEarlier(TimeSpan view, TimeSpan bounds);
-[[nodiscard]] TimeSpan panLater(TimeSpan view, TimeSpan bounds);
+/// The view moved by so many tenths of its length, or as far as the bounds allow.
+[[nodiscard]] TimeSpan panEarlier(TimeSpan view, TimeSpan bounds, double steps = 1);
+[[nodiscard]] TimeSpan panLater(TimeSpan view, TimeSpan bounds, double steps = 1);
 /// The view within the bounds and at least 1 ms long.
 [[nodiscard]] TimeSpan limitView(TimeSpan view, TimeSpan bounds);
 
