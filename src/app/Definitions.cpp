@@ -12,8 +12,6 @@
 namespace trelis {
 namespace {
 
-constexpr const char* kNoFile = "./dummy";
-
 // The three glob patterns of a -s argument.
 struct SignalPattern {
     std::string interface;
