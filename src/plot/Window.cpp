@@ -92,7 +92,6 @@ void Window::layOut() {
     grid_.attach(searchEntry_, 0, 1, 3, 1);
     grid_.attach(progressBar_, 0, 2, 3, 1);
     grid_.attach(spinner_, 0, 2, 3, 1);
-    progressBar_.set_hexpand(true);
 
     vBox_.pack_start(menuBar_, Gtk::PACK_SHRINK);
     vBox_.pack_start(subPlot_, Gtk::PACK_EXPAND_WIDGET);
@@ -152,7 +151,6 @@ void Window::connectSources() {
 void Window::setCommands(WindowCommands commands) {
     commands_ = std::move(commands);
     refreshSensitivity();
-    showGpsMenu();
 }
 
 void Window::setTitleText(const std::string& text) {

@@ -103,7 +103,6 @@ class Window : public Gtk::Window, public PlotHost {
     bool updateLiveIndicator();
     void startIndicator();
     void stopIndicator();
-    void showGpsMenu();
     [[nodiscard]] LogList& shownList();
     void applySearch();
     void rebuildLists(bool keep);
@@ -119,7 +118,9 @@ class Window : public Gtk::Window, public PlotHost {
     void refreshSensitivity();
     void toggleFullscreen();
     void toggleList();
-    void callGps(const std::function<void(const std::shared_ptr<GPSTrack>&)>& action);
+    void makeGpsTrack();
+    void showGpsMenu();
+    void plotGps();
     void openGuide();
 
     // WindowRowActions.cpp
@@ -151,6 +152,7 @@ class Window : public Gtk::Window, public PlotHost {
     void editLoadedFile();
     void restoreListFile();
     void storeListFile();
+    void exportGps();
     void useDefinitions(const std::string& vsdFile, const std::string& dbcFile);
     void finishLogSelection(const std::string& folder);
     [[nodiscard]] std::string definitionFolder(bool vsdFirst) const;

@@ -33,10 +33,7 @@ struct WindowCommands {
     /// Connects once more with what the dialog holds.
     std::function<void()> reconnectLive;
 
-    /// Makes the track of the logger's position signals, empty if they are not there.
-    std::function<std::shared_ptr<GPSTrack>()> createGpsTrack;
-    /// Asks for a file and writes the track to it.
-    std::function<void(const std::shared_ptr<GPSTrack>&)> exportGps;
+    /// Shows the track of the logger's positions.
     std::function<void(const std::shared_ptr<GPSTrack>&)> showGps;
     /// Drops the track and hides its window: the model is about to go.
     std::function<void()> forgetGps;

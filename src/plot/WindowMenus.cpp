@@ -5,9 +5,13 @@
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
+#include "model/CanIface.h"
+#include "model/Frame.h"
 #include "plot/MenuIconItem.h"
 #include "plot/Window.h"
 #include "plot/WindowHelp.h"
+#include "virtual/GPSTrack.h"
+#include "virtual/VirtualMessage.h"
 
 namespace trelis {
 
@@ -119,11 +123,9 @@ void Window::buildGpsMenu() {
     gpsMenu_ = &addMenu(
         "_GPS",
         {{"Export GPS data", "emblem-web", 0, kPlain, "Export GPS track to GPX-file",
-          [this] { callGps(commands_.exportGps); },
-          [this] { return commands_.exportGps != nullptr; }},
+          [this] { exportGps(); }},
          {"Plot GPS track (beta)", "", 0, kPlain, "Show GPS track as a plot in a separate window",
-          [this] { callGps(commands_.showGps); },
-          [this] { return commands_.showGps != nullptr; }}});
+          [this] { plotGps(); }, [this] { return commands_.showGps != nullptr; }}});
 }
 
 void Window::buildListMenu() {
@@ -193,17 +195,29 @@ void Window::toggleList() {
     grid_.set_visible(!listHidden_);
 }
 
-void Window::showGpsMenu() {
-    gpsTrack_ = commands_.createGpsTrack ? commands_.createGpsTrack() : nullptr;
-    const bool wanted = store_.liveMode || store_.legacyGps || store_.quadWire;
-    gpsMenu_->set_visible(gpsTrack_ && wanted);
+void Window::makeGpsTrack() {
+    const auto interface = store_.findInterfaceByNumber(kLoggerInterface + kStatisticsOffset);
+    if (!interface) return;
+    for (const auto& [id, message] : interface->messages)
+        if (const auto rates = std::dynamic_pointer_cast<VirtualMessage>(message))
+            gpsTrack_ = GPSTrack::create(rates);
 }
 
-void Window::callGps(const std::function<void(const std::shared_ptr<GPSTrack>&)>& action) {
+void Window::showGpsMenu() {
+    makeGpsTrack();
+    const bool wanted = gpsTrack_ && (store_.liveMode || store_.legacyGps || store_.quadWire);
+    gpsMenu_->set_visible(wanted);
+    if (!wanted) return;
+    // A hidden signal is not selected: this user lets the next parse compute it.
+    gpsTrack_->addUser(nullptr);
+    store_.recount();
+}
+
+void Window::plotGps() {
     if (store_.parsing)
         report(Level::kInfo, "Wait for parse to complete");
-    else if (gpsTrack_ && action)
-        action(gpsTrack_);
+    else if (gpsTrack_)
+        commands_.showGps(gpsTrack_);
 }
 
 void Window::openGuide() {

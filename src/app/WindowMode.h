@@ -1,0 +1,16 @@
+// The mode with a window.
+#pragma once
+
+namespace trelis {
+
+class Store;
+
+/// Lets the message log show its messages in a dialog. Before any message is shown.
+void installMessagePresenter();
+
+/// Shows the main window and runs until it is closed; the Store's worker has been started by then
+/// and has been asked for a parse. The exit status: that of the application, 1 after a fatal error
+/// of the worker. Main thread.
+int runWindow(Store& store, int argc, char** argv);
+
+}  // namespace trelis

@@ -1,0 +1,289 @@
+// Window: choosing files, and loading what was chosen.
+#include <glibmm/error.h>
+#include <glibmm/miscutils.h>
+#include <glibmm/spawn.h>
+#include <gtkmm/messagedialog.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/MessageLog.h"
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+#include "input/CsvImport.h"
+#include "input/DbcReader.h"
+#include "input/LogFiles.h"
+#include "input/SignalList.h"
+#include "input/VsdFile.h"
+#include "model/builtin/BuiltinMessages.h"
+#include "model/builtin/LoggerMessage.h"
+#include "plot/Window.h"
+#include "virtual/GPSTrack.h"
+
+namespace trelis {
+namespace {
+
+constexpr int kCancel = -6;
+constexpr int kSelect = -5;
+constexpr int kRefused = 1;
+constexpr std::string_view kLogExtension = ".lz4";
+constexpr const char* kListExtension = ".tvlist";
+constexpr const char* kVsdExtension = ".vsd";
+
+// The folders of the last choice outlive the dialogs; the first ones come from the settings.
+std::string& logFolder(const Settings& settings) {
+    static std::string folder = settings.getLogPath();
+    return folder;
+}
+
+std::string& listFolder(const Settings& settings) {
+    static std::string folder = settings.getListPath();
+    return folder;
+}
+
+std::string withExtension(const std::string& path, const std::string& extension) {
+    return path.ends_with(extension) ? path : path + extension;
+}
+
+}  // namespace
+
+int Window::runFileDialog(Gtk::FileChooserDialog& dialog, const Glib::ustring& filterName,
+                          const std::string& filterPattern, const std::string& startFolder) {
+    if (store_.waitingForWork()) return kRefused;
+    const auto addFilter = [&](const Glib::ustring& name, const std::string& pattern) {
+        const auto filter = Gtk::FileFilter::create();
+        filter->set_name(name);
+        filter->add_pattern(pattern);
+        dialog.add_filter(filter);
+    };
+    addFilter(filterName, filterPattern);
+    addFilter("all files", "*");
+    dialog.add_button("_Cancel", kCancel);
+    dialog.add_button("Select", kSelect);
+    dialog.set_default_response(kSelect);
+    if (!startFolder.empty()) dialog.set_current_folder(startFolder);
+    dialog.set_transient_for(*this);
+    return dialog.run();
+}
+
+// ---- recordings
+
+void Window::selectLogFiles() {
+    Gtk::FileChooserDialog dialog("Select log files", Gtk::FILE_CHOOSER_ACTION_OPEN);
+    dialog.set_select_multiple(true);
+    if (runFileDialog(dialog, "Log files", "*.lz4", logFolder(settings_)) != kSelect) return;
+    const auto files = dialog.get_filenames();
+    if (files.empty()) return;
+    clearLogFiles(store_);
+    for (const auto& file : files)
+        addLogFile(store_, file);
+    dialog.hide();
+    finishLogSelection(Glib::path_get_dirname(files.front()));
+}
+
+void Window::selectLogDirectories() {
+    Gtk::FileChooserDialog dialog("Select log directories", Gtk::FILE_CHOOSER_ACTION_SELECT_FOLDER);
+    dialog.set_select_multiple(true);
+    if (runFileDialog(dialog, "Log directories", "*", logFolder(settings_)) != kSelect) return;
+    const auto folders = dialog.get_filenames();
+    if (folders.empty()) return;
+    clearLogFiles(store_);
+    for (const auto& folder : folders)
+        addLogDirectory(folder);
+    dialog.hide();
+    finishLogSelection(Glib::path_get_dirname(folders.front()));
+}
+
+void Window::addLogDirectory(const std::string& folder) {
+    namespace fs = std::filesystem;
+    try {
+        const auto options = fs::directory_options::skip_permission_denied;
+        for (const auto& entry : fs::recursive_directory_iterator(folder, options)) {
+            std::error_code unreadable;
+            if (entry.path().extension() == kLogExtension && entry.is_regular_file(unreadable))
+                addLogFile(store_, entry.path().string());
+        }
+    } catch (const fs::filesystem_error&) {
+        report(Level::kWarning, format("Failed to open log directory: %s", folder.c_str()));
+    }
+}
+
+void Window::finishLogSelection(const std::string& folder) {
+    logFolder(settings_) = folder;
+    settings_.setLogPath(folder);
+    settings_.save();
+    reload(true);
+    if (!store_.hasLogFiles()) report(Level::kInfo, "No log files found");
+}
+
+// ---- definitions
+
+std::string Window::definitionFolder(bool vsdFirst) const {
+    const std::string first = vsdFirst ? settings_.getVsdFile() : settings_.getDbFile();
+    const std::string second = vsdFirst ? settings_.getDbFile() : settings_.getVsdFile();
+    for (const std::string& file : {first, second})
+        if (file != kNoFile) return Glib::path_get_dirname(file);
+    return {};
+}
+
+void Window::useDefinitions(const std::string& vsdFile, const std::string& dbcFile) {
+    settings_.setVsdFile(vsdFile);
+    settings_.setDbFile(dbcFile);
+    settings_.save();
+    reload(true);
+}
+
+void Window::selectDbcFile() {
+    Gtk::FileChooserDialog dialog("Select DBC file", Gtk::FILE_CHOOSER_ACTION_OPEN);
+    if (runFileDialog(dialog, "DBC files", "*.dbc", definitionFolder(false)) != kSelect) return;
+    const std::string file = dialog.get_filename();
+    dialog.hide();
+    if (!file.empty()) useDefinitions(kNoFile, file);
+}
+
+void Window::selectVsdFile() {
+    Gtk::FileChooserDialog dialog("Select VSD file", Gtk::FILE_CHOOSER_ACTION_OPEN);
+    if (runFileDialog(dialog, "VSD files", "*.vsd", definitionFolder(true)) != kSelect) return;
+    const std::string file = dialog.get_filename();
+    dialog.hide();
+    if (!file.empty()) useDefinitions(file, kNoFile);
+}
+
+void Window::newVsdFile() {
+    Gtk::FileChooserDialog dialog("Create new VSD file", Gtk::FILE_CHOOSER_ACTION_SAVE);
+    if (runFileDialog(dialog, "New VSD file", "*.vsd", definitionFolder(true)) != kSelect) return;
+    dialog.hide();
+    if (dialog.get_filename().empty()) return;
+    const std::string file = withExtension(dialog.get_filename(), kVsdExtension);
+    if (std::filesystem::exists(file)) {
+        const auto question = "\"" + Glib::filename_display_basename(file) +
+                              "\" already exists, do you want to overwrite it?";
+        Gtk::MessageDialog ask(*this, question, false, Gtk::MESSAGE_QUESTION, Gtk::BUTTONS_YES_NO,
+                               true);
+        if (ask.run() != Gtk::RESPONSE_YES) return;
+    }
+    if (!writeExampleVsd(file)) return;
+    openInEditor(file);
+    useDefinitions(file, kNoFile);
+}
+
+void Window::editLoadedFile() {
+    const std::string vsd = settings_.getVsdFile();
+    const std::string file = vsd != kNoFile ? vsd : settings_.getDbFile();
+    if (file == kNoFile)
+        report(Level::kInfo, "Couldn't open VSD/DBC file for editing. None loaded.");
+    else
+        openInEditor(file);
+}
+
+void Window::openInEditor(const std::string& path) {
+    const std::string editor = settings_.getDefaultEditor();
+    try {
+        Glib::spawn_command_line_async("\"" + editor + "\" \"" + path + "\"");
+    } catch (const Glib::Error& error) {
+        report(Level::kInfo,
+               format("Couldn't execute %s: %s", editor.c_str(), error.what().c_str()));
+    }
+}
+
+void Window::loadDefinitions() {
+    if (store_.csvMode) prepareCsvImport(store_);
+    if (!store_.csvMode && !store_.ascMode && !store_.dongleMode) addLoggerInterface(store_);
+    if (const std::string vsd = settings_.getVsdFile(); vsd != kNoFile) {
+        loadVsdFile(store_, vsd);
+    } else if (const std::string dbc = settings_.getDbFile(); dbc != kNoFile) {
+        readDbcFile(store_, dbc, 0, "Can");
+        addBuiltinMessages(store_);
+    }
+}
+
+void Window::reload(bool stopLive) {
+    if (stopLive && store_.liveMode) store_.stopNetwork();
+    reloading_ = true;
+    gpsTrack_.reset();
+    dropdownSignal_.reset();
+    subPlot_.stopPainting();
+    fullPlot_.stopPainting();
+    store_.clearAll();
+    if (commands_.forgetGps) commands_.forgetGps();
+    timeBox_.clearInterval();
+    windowReloaded.emit();
+    try {
+        loadDefinitions();
+    } catch (const PrintMsgError&) {
+        // It was reported: what was read till then is shown, with the message.
+    } catch (const Glib::Error& error) {
+        report(Level::kError, format("Glib: %s", error.what().c_str()));
+    } catch (const std::exception& error) {
+        report(Level::kError, format("Exception: %s", error.what()));
+    }
+    showGpsMenu();
+    rebuildLists(true);
+    loadSignalList(store_, settings_);
+    refreshLists();
+    store_.requestRedraw();
+    reloading_ = false;
+    // All is in order by now: the dialog runs the main loop.
+    if (store_.guiRunning) MessageLog::instance().showAll(static_cast<Gtk::Window*>(this));
+    if (settings_.getVsdFile() == kNoFile && settings_.getDbFile() == kNoFile && !store_.csvMode)
+        report(Level::kInfo, "Could not reload, please select VSD/DBC file");
+}
+
+// ---- signal lists
+
+void Window::restoreListFile() {
+    Gtk::FileChooserDialog dialog("Select signal list file", Gtk::FILE_CHOOSER_ACTION_OPEN);
+    if (runFileDialog(dialog, "Signal list files", "*.tvlist", listFolder(settings_)) != kSelect)
+        return;
+    const std::string file = dialog.get_filename();
+    dialog.hide();
+    if (file.empty() || !restoreSignalListFile(store_, file)) return;
+    listFolder(settings_) = Glib::path_get_dirname(file);
+    settings_.setListPath(listFolder(settings_));
+    refreshLists();
+    store_.requestRedraw();
+}
+
+void Window::storeListFile() {
+    Gtk::FileChooserDialog dialog("Store signal list to file", Gtk::FILE_CHOOSER_ACTION_SAVE);
+    if (runFileDialog(dialog, "Signal list files", "*.tvlist", listFolder(settings_)) != kSelect)
+        return;
+    dialog.hide();
+    if (dialog.get_filename().empty()) return;
+    const std::string file = withExtension(dialog.get_filename(), kListExtension);
+    if (!storeSignalListFile(store_, settings_, file)) return;
+    listFolder(settings_) = Glib::path_get_dirname(file);
+    settings_.setListPath(listFolder(settings_));
+}
+
+// ---- track
+
+void Window::exportGps() {
+    if (store_.parsing) {
+        report(Level::kInfo, "Wait for parse to complete");
+        return;
+    }
+    if (!gpsTrack_) return;
+    Gtk::FileChooserDialog dialog("Select file to write GPX data to",
+                                  Gtk::FILE_CHOOSER_ACTION_SAVE);
+    dialog.set_current_name("track.gpx");
+    if (runFileDialog(dialog, "GPX-files", "*.gpx", logFolder(settings_)) != kSelect) return;
+    dialog.hide();
+    if (dialog.get_filename().empty()) return;
+    const std::int64_t left = store_.leftRuler;
+    const std::int64_t right = store_.rightRuler;
+    std::uint64_t from = timeBox_.start;
+    std::uint64_t to = timeBox_.end;
+    if (left >= 0 && right >= 0) {
+        from = static_cast<std::uint64_t>(std::min(left, right));
+        to = static_cast<std::uint64_t>(std::max(left, right));
+    }
+    if (to == 0) to = std::numeric_limits<std::uint64_t>::max();
+    gpsTrack_->exportGpx(dialog.get_filename(), from, to);
+}
+
+}  // namespace trelis
