@@ -114,8 +114,8 @@ std::uint32_t frameBits(std::uint32_t id, std::uint8_t dlc, std::uint64_t data) 
     const std::uint64_t filler = header.length == 19 ? 0b010101 : 0b01;
     const std::uint64_t head = filler << header.length | header.bits;
     StuffCounter stuffing;
-    for (unsigned shift = 8 * headerBytes - 7; shift > 1; shift -= 8)
-        stuffing.take(head >> shift);
+    for (unsigned i = headerBytes; i > 0; --i)
+        stuffing.take(head >> (8 * i - 7));
     std::uint64_t left = head & 1U;
     const std::uint64_t body = left << 63 | wire >> 1;
     for (unsigned i = 0; i < count; ++i)

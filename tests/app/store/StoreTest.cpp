@@ -1,0 +1,286 @@
+#include "app/store/Store.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/Report.h"
+#include "model/RealMessage.h"
+#include "support/TestStore.h"
+
+namespace trelis {
+namespace {
+
+using Messages = std::vector<std::string>;
+
+class StoreTest : public ::testing::Test {
+  protected:
+    std::shared_ptr<Signal> add(const std::string& interfaceName, std::uint32_t number,
+                                const std::string& messageName, const std::string& signalName) {
+        auto interface = store.findInterfaceByName(interfaceName);
+        if (!interface) interface = store.addInterface(interfaceName, number);
+        auto message = RealMessage::create(static_cast<std::uint32_t>(interface->messages.size()),
+                                           messageName, interface);
+        interface->addMessage(message);
+        auto signal = std::make_shared<Signal>(message, signalName);
+        message->addSignal(signalName, signal);
+        return signal;
+    }
+    std::string lookupFailure(const std::string& reference) {
+        try {
+            static_cast<void>(store.getSignal(reference));
+        } catch (const SignalNotFoundException& error) {
+            return std::string("not found: ") + error.what();
+        } catch (const std::invalid_argument& error) {
+            return std::string("invalid: ") + error.what();
+        }
+        return "";
+    }
+
+    test::TestStore store;
+};
+
+TEST_F(StoreTest, looksSignalsUpByReference) {
+    const auto speed = add("Can0", 0, "Motor", "Speed");
+    const auto dotted = add("Can0", 0, "Odd", "a.b");
+    EXPECT_EQ(store.getSignal("Can0.Motor.Speed"), speed);
+    EXPECT_EQ(store.getSignal("Can0.Odd.a.b"), dotted);
+    EXPECT_EQ(lookupFailure("Can1.Motor.Speed"),
+              "not found: Couldn't find interface with name Can1");
+    EXPECT_EQ(lookupFailure("Can0.Brake.Speed"), "not found: Can't find message with name Brake");
+    EXPECT_EQ(lookupFailure("Can0.Motor.Torque"), "not found: Can't find signal with name Torque");
+    EXPECT_EQ(lookupFailure("Motor.Speed"),
+              "invalid: Expected signal to be formatted as <iface>.<msg>.<sign> but got "
+              "Motor.Speed");
+    EXPECT_EQ(lookupFailure("").substr(0, 8), "invalid:");
+}
+
+TEST_F(StoreTest, completesReferencesOfOldDefinitions) {
+    const auto real = add("Can", 0, "Motor", "Speed");
+    const auto computed = add("Virt", kVirtualInterface, "Virtual", "X");
+    store.legacyVsd = true;
+    EXPECT_EQ(store.getSignal("Motor.Speed"), real);
+    EXPECT_EQ(store.getSignal("Virtual.X"), computed);
+    EXPECT_EQ(store.getSignal("Can.Motor.Speed"), real);
+    EXPECT_EQ(lookupFailure("Speed").substr(0, 8), "invalid:");
+}
+
+TEST_F(StoreTest, refusesInterfacesTwice) {
+    const auto interface = store.addInterface("Can0", 4);
+    EXPECT_EQ(store.findInterfaceByNumber(4), interface);
+    EXPECT_EQ(store.findInterfaceByNumber(5), nullptr);
+    EXPECT_THROW(store.addInterface("Can0", 5), PrintMsgError);
+    EXPECT_THROW(store.addInterface("Can1", 4), PrintMsgError);
+    EXPECT_EQ(test::TestStore::messages(),
+              (Messages{"Interface name 'Can0' already used. Duplicates not allowed.",
+                        "Could not insert Can interface (nbr), Can1 (4)"}));
+    EXPECT_THROW(static_cast<void>(store.getMessage(9, 1)), std::invalid_argument);
+    EXPECT_THROW(static_cast<void>(store.getMessage(4, 1)), std::invalid_argument);
+}
+
+TEST_F(StoreTest, findsActiveInterfacesByNumber) {
+    constexpr std::uint32_t kNumbers[] = {
+        0, 31, 255, kCsvInterface, kVirtualInterface, kStatisticsOffset, kStatisticsOffset + 255};
+    for (const std::uint32_t number : kNumbers)
+        add("I" + std::to_string(number), number, "M", "s")->setSelected(true);
+    add("Idle", 7, "M", "s");
+    for (const std::uint32_t number : kNumbers)
+        EXPECT_EQ(store.findActiveInterface(number), nullptr);
+    store.buildActiveMaps();
+    for (const std::uint32_t number : kNumbers) {
+        ASSERT_NE(store.findActiveInterface(number), nullptr) << number;
+        EXPECT_EQ(store.findActiveInterface(number)->number, number);
+    }
+    for (const std::uint32_t number :
+         {7U, 256U, 300U, kStatisticsOffset + 7, kStatisticsOffset + 256})
+        EXPECT_EQ(store.findActiveInterface(number), nullptr) << number;
+    store.clearAll();
+    for (const std::uint32_t number : kNumbers)
+        EXPECT_EQ(store.findActiveInterface(number), nullptr);
+}
+
+TEST_F(StoreTest, countsOverAllInterfaces) {
+    const auto one = add("Can0", 0, "A", "s");
+    const auto two = add("Can1", 1, "B", "s");
+    EXPECT_EQ(store.progress, -1);
+    {
+        const RecountBatch batch(store);
+        one->setSelected(true);
+        two->setSelected(true);
+        EXPECT_EQ(store.counts.selectedCount, 0U) << "gathered until the batch ends";
+    }
+    EXPECT_EQ(store.counts.selectedCount, 2U);
+    EXPECT_EQ(store.counts.pendingCount, 2U);
+    EXPECT_EQ(store.progress, 0);
+    auto rate = std::make_shared<Signal>(one->message, "rate");
+    rate->needsParse = true;
+    store.bitRates = {nullptr, rate};
+    store.recount();
+    EXPECT_EQ(store.counts.pendingCount, 3U);
+    store.clearSelection();
+    EXPECT_TRUE(store.selectedSignals.empty());
+    rate->needsParse = false;
+    store.recount();
+    EXPECT_EQ(store.progress, -1);
+}
+
+TEST_F(StoreTest, keepsTheIntervalWithinItsRules) {
+    store.firstTime = 10;
+    store.lastTime = 90;
+    store.setInterval(60, 20);
+    EXPECT_TRUE(store.intervalSet);
+    EXPECT_EQ(store.intervalStart, 20U);
+    EXPECT_EQ(store.intervalEnd, 60U);
+    store.clearInterval();
+    EXPECT_FALSE(store.intervalSet);
+    EXPECT_EQ(store.intervalStart, 10U);
+    EXPECT_EQ(store.intervalEnd, 90U);
+    store.intervalStart = 33;
+    store.clearInterval();
+    EXPECT_EQ(store.intervalStart, 33U) << "without one nothing happens";
+}
+
+TEST_F(StoreTest, clearsEverything) {
+    const auto signal = add("Can0", 0, "A", "s");
+    signal->setSelected(true);
+    signal->addSample(5, 1);
+    store.dbcLoaded = true;
+    store.firstFrame = false;
+    store.lastTime = 7;
+    store.setInterval(1, 2);
+    store.clearAll();
+    EXPECT_TRUE(store.interfaces.empty());
+    EXPECT_TRUE(store.selectedSignals.empty());
+    EXPECT_EQ(store.counts.selectedCount, 0U);
+    EXPECT_FALSE(store.dbcLoaded || store.intervalSet);
+    EXPECT_TRUE(store.firstFrame);
+    EXPECT_EQ(store.firstTime, Store::kNoTime);
+    EXPECT_EQ(store.parseFirstTime, Store::kNoTime);
+    EXPECT_EQ(store.lastTime, 0U);
+    EXPECT_TRUE(signal->samples().empty());
+}
+
+TEST_F(StoreTest, runsOnePassOnTheCallingThread) {
+    int passes = 0;
+    store.hooks.logFiles = [&](Store& running) {
+        ++passes;
+        EXPECT_TRUE(running.parsing);
+        EXPECT_TRUE(running.isBusy());
+    };
+    store.hooks.ascImport = [&](Store&) { passes += 10; };
+    store.hooks.csvImport = [&](Store&) { passes += 100; };
+    store.hooks.liveConnection = [&](Store& running) {
+        passes += 1000;
+        EXPECT_FALSE(running.parsing || running.isBusy());
+    };
+    EXPECT_TRUE(store.parseNow());
+    EXPECT_EQ(passes, 1);
+    EXPECT_FALSE(store.parsing || store.isBusy() || store.running);
+    EXPECT_EQ(store.lastTime, 0U);
+    store.running = true;
+    store.ascMode = true;
+    store.parseNow();
+    store.running = true;
+    store.csvMode = true;
+    store.parseNow();
+    store.running = true;
+    store.networkInput = true;
+    store.parseNow();
+    EXPECT_EQ(passes, 1111);
+}
+
+TEST_F(StoreTest, tellsHowAPassFailed) {
+    store.hooks.logFiles = [](Store&) { throw std::runtime_error("no luck"); };
+    EXPECT_FALSE(store.parseNow());
+    EXPECT_EQ(test::TestStore::messages(), Messages{"Exception: no luck"});
+    EXPECT_FALSE(store.parsing);
+    store.running = true;
+    store.hooks.logFiles = [](Store&) { reportFatal("the end"); };
+    EXPECT_THROW(store.parseNow(), PrintMsgError);
+    EXPECT_EQ(test::TestStore::messages(), Messages{"the end"});
+}
+
+// One-way gate between a pass and the test.
+class Gate {
+  public:
+    void open() {
+        const std::lock_guard lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return open_; });
+    }
+
+  private:
+    std::mutex mutex_;  // guards open_
+    std::condition_variable changed_;
+    bool open_ = false;
+};
+
+TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
+    store.noGui = false;  // the worker lives on after a pass
+    Gate begun;
+    Gate proceed;
+    Gate second;
+    int passes = 0;
+    store.hooks.logFiles = [&](Store&) {
+        if (++passes == 1) {
+            begun.open();
+            proceed.wait();
+        } else {
+            second.open();
+        }
+    };
+    store.startWorker();
+    store.startWorker();
+    store.requestParse();
+    begun.wait();
+    EXPECT_TRUE(store.waitingForWork());
+    for (int i = 0; i < 5; ++i)
+        store.requestParse();
+    EXPECT_TRUE(store.reparseRequested());
+    proceed.open();
+    second.wait();
+    store.shutdown();
+    EXPECT_EQ(passes, 2);
+}
+
+TEST_F(StoreTest, shutsDownOnce) {
+    int saved = 0;
+    store.hooks.saveSettings = [&] { ++saved; };
+    add("Can0", 0, "A", "s");
+    store.startWorker();
+    store.shutdown();
+    store.shutdown();
+    EXPECT_EQ(saved, 1);
+    EXPECT_TRUE(store.interfaces.empty());
+}
+
+TEST_F(StoreTest, tellsWhatKeepsItBusy) {
+    EXPECT_FALSE(store.waitingForWork());
+    store.parsing = true;
+    EXPECT_TRUE(store.waitingForWork());
+    store.dumpLogsToFile("/tmp/x.asc", 5, 9);
+    EXPECT_TRUE(store.waitingForWork());
+    EXPECT_EQ(test::TestStore::messages(),
+              (Messages{"Wait for parse to complete", "Wait for dump to finish"}));
+    EXPECT_EQ(store.dumpPath, "/tmp/x.asc");
+    EXPECT_EQ(store.dumpFrom, 5U);
+    EXPECT_EQ(store.dumpTo, 9U);
+    EXPECT_TRUE(store.reparseRequested());
+    store.busyUp();
+    store.busyDown();
+    store.busyDown();
+    EXPECT_FALSE(store.isBusy());
+    store.busyUp();
+    EXPECT_TRUE(store.isBusy()) << "the count stops at 0";
+}
+
+}  // namespace
+}  // namespace trelis

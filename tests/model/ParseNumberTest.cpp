@@ -1,0 +1,66 @@
+#include "model/ParseNumber.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace trelis {
+namespace {
+
+struct Case {
+    const char* text;
+    double value;
+    std::size_t end;
+};
+
+TEST(ParseNumber, readsWhatBeginsWithANumber) {
+    constexpr Case kCases[] = {
+        {"0", 0.0, 1},
+        {"12", 12.0, 2},
+        {" \t\n+7x", 7.0, 5},
+        {"1.5", 1.5, 3},
+        {"1,5", 1.5, 3},
+        {"-0.5", -0.5, 4},
+        {"-2,25;", -2.25, 5},
+        {"5.", 5.0, 2},
+        {"1.2.3", 1.2, 3},
+        {"0.1", 0.1, 3},
+        {"1700000000.123", 1700000000.123, 14},
+        {"0.0000000000000000000000001", 0.0, 27},
+        {"3 4", 3.0, 1},
+        {"0x10", 0.0, 1},
+        {"9223372036854775807", 9223372036854775807.0, 19},
+        {"99999999999999999999999", 9223372036854775807.0, 23},
+        {"-99999999999999999999999", -9223372036854775808.0, 24},
+    };
+    for (const Case& c : kCases) {
+        const auto number = parseNumber(c.text);
+        ASSERT_TRUE(number) << c.text;
+        EXPECT_DOUBLE_EQ(number->value, c.value) << c.text;
+        EXPECT_EQ(number->end, c.end) << c.text;
+    }
+    EXPECT_TRUE(std::signbit(parseNumber("-0")->value));
+}
+
+TEST(ParseNumber, endsAtTheDigitsOfAnExponent) {
+    constexpr Case kCases[] = {
+        {"1e2", 100.0, 2},  {"1.5E+3", 1500.0, 5}, {"2e-3;", 0.002, 3},
+        {"0e9999", 0.0, 2}, {"-4,5e1 ", -45.0, 5},
+    };
+    for (const Case& c : kCases) {
+        const auto number = parseNumber(c.text);
+        ASSERT_TRUE(number) << c.text;
+        EXPECT_NEAR(number->value, c.value, std::abs(c.value) * 1e-14) << c.text;
+        EXPECT_EQ(number->end, c.end) << c.text;
+    }
+    EXPECT_TRUE(std::isinf(parseNumber("1e99999999999999999999")->value));
+    EXPECT_EQ(parseNumber("1e-99999999999999999999")->value, 0.0);
+}
+
+TEST(ParseNumber, refusesWhatIsNone) {
+    for (const char* text : {"", " ", "x1", ".5", "-", "+ 1", "-.5", "1e", "1e+", "1.5ex", "\xC3"})
+        EXPECT_FALSE(parseNumber(text)) << text;
+}
+
+}  // namespace
+}  // namespace trelis
