@@ -148,7 +148,8 @@ TEST_F(RecordingTest, KindsOfFramesAreThere) {
 
     std::size_t bus = 0;
     std::size_t logger = 0;
-    for (const auto& r : record("errors").at(0).records) {
+    const LogFile errors = record("errors").at(0);
+    for (const auto& r : errors.records) {
         if ((r.id & kErrorFrame) == 0) continue;
         EXPECT_EQ(r.length, 8);
         ++(r.interface == kLoggerInterface ? logger : bus);
@@ -156,7 +157,8 @@ TEST_F(RecordingTest, KindsOfFramesAreThere) {
     EXPECT_GT(bus, 30U);
     EXPECT_GT(logger, 0U);
 
-    for (const auto& r : record("old").at(0).records)
+    const LogFile old = record("old").at(0);
+    for (const auto& r : old.records)
         ASSERT_EQ(r.interface, 0);
 }
 
