@@ -75,13 +75,20 @@ std::string Store::completeLegacyReference(const std::string& reference) const {
 
 std::shared_ptr<Signal> Store::getSignal(const std::string& reference) {
     const std::string complete = completeLegacyReference(reference);
-    const auto interfaceEnd = complete.find('.');
-    const auto messageEnd = interfaceEnd == std::string::npos
-                                ? std::string::npos
-                                : complete.find('.', interfaceEnd + 1);
-    if (messageEnd == std::string::npos)
+    if (std::count(complete.begin(), complete.end(), '.') < 2)
         throw std::invalid_argument(
             "Expected signal to be formatted as <iface>.<msg>.<sign> but got " + reference);
+    try {
+        return findSignal(complete);
+    } catch (const SignalNotFoundException&) {
+        if (missedLookups != nullptr) missedLookups->push_back(complete);
+        throw;
+    }
+}
+
+std::shared_ptr<Signal> Store::findSignal(const std::string& complete) const {
+    const auto interfaceEnd = complete.find('.');
+    const auto messageEnd = complete.find('.', interfaceEnd + 1);
     const std::string interfaceName = complete.substr(0, interfaceEnd);
     const auto interface = findInterfaceByName(interfaceName);
     if (!interface)

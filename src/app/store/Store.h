@@ -161,6 +161,8 @@ class Store : public ModelContext {
     std::vector<std::string> logFiles;
     std::vector<std::pair<std::string, std::int64_t>> logFilesByStart;
 
+    /// While set, gets the complete references that getSignal does not find.
+    std::vector<std::string>* missedLookups = nullptr;
     bool tolerantDefinitions = false;  ///< the DBC reader keeps all that it can
     bool dbcLoaded = false;
     bool vsdLoaded = false;
@@ -204,6 +206,7 @@ class Store : public ModelContext {
     void workerLoop();
     void runPass();
     [[nodiscard]] const StoreHooks::InputPath& chooseInput() const;
+    [[nodiscard]] std::shared_ptr<Signal> findSignal(const std::string& complete) const;
     [[nodiscard]] std::string completeLegacyReference(const std::string& reference) const;
 
     // The active interfaces by number, 0 to 255, and behind them their statistics interfaces: live

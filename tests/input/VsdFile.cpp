@@ -1,0 +1,249 @@
+#include "input/VsdFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+#include "virtual/VirtualRegistry.h"
+#include "virtual/VirtualSignal.h"
+
+namespace trelis {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+constexpr const char* kSettings = "[settings]\nifname_0=Bus\ndbcfile_0=a.dbc\n";
+
+class VsdFile : public ::testing::Test {
+  protected:
+    VsdFile() {
+        std::string name = (fs::temp_directory_path() / "vsdXXXXXX").string();
+        directory = ::mkdtemp(name.data());
+        write("a.dbc", "BO_ 100 M: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
+        write("b.dbc", "BO_ 101 N: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
+        store.noGui = true;
+        takeMessages();
+    }
+    ~VsdFile() override { fs::remove_all(directory); }
+
+    static std::string takeMessages() {
+        std::string texts;
+        while (!MessageLog::instance().isEmpty())
+            texts += MessageLog::instance().pop().text + "\n";
+        return texts;
+    }
+    fs::path write(const char* name, std::string_view content) const {
+        std::ofstream(directory / name, std::ios::binary) << content;
+        return directory / name;
+    }
+    void load(const std::string& content) {
+        store.clearAll();
+        loadVsdFile(store, write("main.vsd", content),
+                    [this](const DefinitionFinding& found) { findings.push_back(found); });
+    }
+    /// The virtual signals in order of creation.
+    [[nodiscard]] std::string made() {
+        std::string names;
+        for (const auto& signal : virtualRegistry(store).allVirtualSignals)
+            if (signal->message->parent()->number == kVirtualInterface)
+                names += signal->message->name + "." + signal->name + " ";
+        return names;
+    }
+    [[nodiscard]] static std::string group(const std::string& name, const std::string& input) {
+        return "[" + name + "]\nmethod=sum\nstep=100\nsignal_01=" + input + "\n";
+    }
+    [[nodiscard]] std::string path() const { return directory / "main.vsd"; }
+
+    fs::path directory;
+    Store store;
+    std::vector<DefinitionFinding> findings;
+};
+
+TEST_F(VsdFile, aFileThatIsNotThereLoadsNothing) {
+    loadVsdFile(store, directory / "none.vsd");
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_TRUE(store.interfaces.empty());
+    EXPECT_THROW(loadVsdFile(store, directory), Glib::KeyFileError);
+    EXPECT_THROW(load("no key file"), Glib::KeyFileError);
+}
+
+TEST_F(VsdFile, interfacesComeFromTheSettings) {
+    load("[settings]\nifname_2=\xc3\x84-Bus:_1\ndbcfile_2=a.dbc;" + (directory / "b.dbc").string() +
+         ";\nifname_31=Last\ndbcfile_31=b.dbc\nifname_32=Never\ndbcfile_32=b.dbc\n"
+         "legacygps=true\n");
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_EQ(store.findInterfaceByNumber(2)->messages.size(), 2U);
+    EXPECT_EQ(store.findInterfaceByNumber(2)->name, "\xc3\x84-Bus:_1");
+    EXPECT_TRUE(store.findInterfaceByNumber(31));
+    EXPECT_FALSE(store.findInterfaceByNumber(32));
+    EXPECT_EQ(store.findInterfaceByNumber(kVirtualInterface)->name, "Virt");
+    EXPECT_TRUE(store.findInterfaceByNumber(2 + kStatisticsOffset));
+    EXPECT_TRUE(store.legacyGps);
+    EXPECT_FALSE(store.legacyVsd);
+    EXPECT_TRUE(store.vsdLoaded);
+}
+
+TEST_F(VsdFile, theOldFormNamesOneFile) {
+    write("a.dbc;b.dbc", "BO_ 7 Odd: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    load("[settings]\ndbcfile=a.dbc;b.dbc\n" + group("A", "Odd.S") + group("B", "Virtual.A"));
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_EQ(store.findInterfaceByNumber(0)->name, "Can");
+    EXPECT_TRUE(store.legacyVsd);
+    EXPECT_TRUE(store.legacyGps);
+    EXPECT_EQ(made(), "Virtual.A Virtual.B ");
+    load("[settings]\ndbcfile=a.dbc\nlegacygps=false\nifname_0=X\ndbcfile_0=a.dbc\n");
+    EXPECT_FALSE(store.legacyVsd);
+    EXPECT_FALSE(store.legacyGps);
+}
+
+TEST_F(VsdFile, badSettingsEndTheLoad) {
+    struct Case {
+        const char* settings;
+        std::string text;
+    };
+    const std::string parse = "Failed to parse " + path();
+    for (const Case& c : {
+             Case{"ifname_0=A B\ndbcfile_0=a.dbc",
+                  "CAN interface name \"A B\" uses non supported characters.\nOnly alpha numeric "
+                  "characters and \"_ : -\" are allowed.\nNo spaces are allowed.\n"},
+             Case{"ifname_0=A.B\ndbcfile_0=a.dbc",
+                  "CAN interface name \"A.B\" uses non supported characters.\nOnly alpha numeric "
+                  "characters and \"_ : -\" are allowed.\nNo spaces are allowed.\n"},
+             Case{"ifname_3=\ndbcfile_3=a.dbc",
+                  parse + ", name for interface 3 can not be empty\n"},
+             Case{"dbcfile_3=a.dbc", parse + ", could not find name for interface 3\n"},
+             Case{"ifname_3=A", parse + ", could not find DBC file for interface 3\n"},
+             Case{"ifname_0=A\ndbcfile_0=a.dbc\nifname_1=A\ndbcfile_1=a.dbc",
+                  "Interface name 'A' already used. Duplicates not allowed.\n"},
+         }) {
+        EXPECT_THROW(load("[settings]\n"s + c.settings + "\n"), PrintMsgError) << c.settings;
+        EXPECT_EQ(takeMessages(), c.text);
+    }
+}
+
+TEST_F(VsdFile, withoutSettingsOnlyTablesGoOn) {
+    load("[A]\nmethod=count\n");
+    EXPECT_EQ(takeMessages(), "VSD file '" + path() + "' does not have a settings group\n");
+    EXPECT_TRUE(store.interfaces.empty());
+    EXPECT_FALSE(store.vsdLoaded);
+    store.csvMode = true;
+    load("[A]\nmethod=count\n");
+    EXPECT_TRUE(store.findInterfaceByNumber(kVirtualInterface));
+}
+
+TEST_F(VsdFile, groupsMayComeInAnyOrder) {
+    load(kSettings + group("X.A", "Virt.Virtual.B") + group("B", "Virt.X.C") +
+         group("X.C", "Bus.M.S"));
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_EQ(made(), "X.C Virtual.B X.A ");
+    const auto virt = store.findInterfaceByNumber(kVirtualInterface);
+    ASSERT_EQ(virt->messages.size(), 2U);
+    EXPECT_EQ(virt->messages.begin()->second->name, "X");  // ids in order of first use
+}
+
+TEST_F(VsdFile, aPassTakesUpWhatItHasMadePossible) {
+    // B makes both ready: C stands behind it and is made in the same pass, A in the next one.
+    load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Bus.M.S") +
+         group("C", "Virt.Virtual.B"));
+    EXPECT_EQ(made(), "Virtual.B Virtual.C Virtual.A ");
+}
+
+TEST_F(VsdFile, whatCannotBeMadeIsToldOnceAndCostsOnlyItself) {
+    load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Virt.Virtual.A") +
+         group("Self", "Virt.Virtual.Self") + "[Odd]\nmethod=what\n[None]\nunit=V\n" +
+         group("Good", "Bus.M.S"));
+    EXPECT_EQ(made(), "Virtual.Good ");
+    EXPECT_EQ(takeMessages(),
+              "VSD parse error: Can't find signal with name B\n"
+              "VSD parse error: Can't find signal with name A\n"
+              "VSD parse error: Can't find signal with name Self\n"
+              "VSD parse error: Unknown virtual signal method: what\n"
+              "VSD parse error: Key file does not have key “method” in group “None”\n");
+    ASSERT_EQ(findings.size(), 5U);
+    EXPECT_EQ(findings[2].line, 12U);
+    EXPECT_TRUE(store.vsdLoaded);
+}
+
+TEST_F(VsdFile, aBadNameEndsItsFile) {
+    struct Case {
+        const char* name;
+        std::string text;
+    };
+    const std::string parse = "Failed to parse VSD file " + path() + ", signal";
+    for (const Case& c :
+         {Case{"Motor.Speed.Avg",
+               parse + ": Motor.Speed.Avg, is not formatted as <msgName>.<sigName>\n"},
+          Case{".A", parse + " '.A' must not start with '.'\n"},
+          Case{"A.", parse + " 'A.' must not end with '.'\n"},
+          Case{"A B", parse + " 'A B' contains spaces\n"}}) {
+        load(kSettings + group("First", "Bus.M.S") + group(c.name, "Bus.M.S") +
+             group("Behind", "Bus.M.S"));
+        EXPECT_EQ(made(), "Virtual.First ");
+        EXPECT_EQ(takeMessages(), c.text);
+    }
+}
+
+TEST_F(VsdFile, includedFilesAreReadAroundTheFile) {
+    write("before.vsd", "[settings]\ninclude=after.vsd\n" + group("A", "Virt.Virtual.M") +
+                            group("Twice", "Bus.M.S"));
+    write("after.vsd", group("Z", "Virt.Virtual.A"));
+    load(kSettings + "include=before.vsd;none.vsd\npostinclude=after.vsd\n"s +
+         group("M", "Bus.M.S") + group("Twice", "Bus.M.S"));
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_EQ(made(), "Virtual.Twice Virtual.M Virtual.A Virtual.Z ");
+    write("before.vsd", "damaged");
+    EXPECT_THROW(load(kSettings + "include=before.vsd\n"s), Glib::KeyFileError);
+}
+
+// The order of creation is that of the plain rule: try all groups in order, again and again.
+TEST_F(VsdFile, sparingTriesDoesNotChangeTheOrder) {
+    const unsigned seed = std::random_device{}();
+    std::mt19937 random(seed);
+    for (int round = 0; round < 20; ++round) {
+        constexpr int kGroups = 40;
+        std::vector<int> input(kGroups);
+        for (int& i : input)
+            i = static_cast<int>(random() % (kGroups + 8)) - 8;
+        std::string content = kSettings;
+        for (int i = 0; i < kGroups; ++i)
+            content +=
+                group("G" + std::to_string(i),
+                      input[i] < 0 ? "Bus.M.S" : "Virt.Virtual.G" + std::to_string(input[i]));
+        std::vector<bool> exists(kGroups);
+        std::string expected;
+        for (bool created = true; created;) {
+            created = false;
+            for (int i = 0; i < kGroups; ++i) {
+                if (exists[i] || (input[i] >= 0 && !exists[input[i]])) continue;
+                exists[i] = created = true;
+                expected += "Virtual.G" + std::to_string(i) + " ";
+            }
+        }
+        load(content);
+        ASSERT_EQ(made(), expected) << "seed " << seed;
+        takeMessages();
+    }
+}
+
+TEST_F(VsdFile, theExampleIsAKeyFileAndNeedsAPlace) {
+    const std::string example = directory / "new.vsd";
+    EXPECT_TRUE(writeExampleVsd(example));
+    Glib::KeyFile keys;
+    keys.load_from_file(example);
+    EXPECT_EQ(keys.get_string_list("settings", "dbcfile_0").size(), 2U);
+    EXPECT_EQ(keys.get_string("settings", "include"), "path_to_other.vsd");
+    EXPECT_FALSE(writeExampleVsd(directory / "none" / "new.vsd"));
+    EXPECT_EQ(takeMessages(),
+              "Couldn't create new VSD file: " + (directory / "none" / "new.vsd").string() + "\n");
+}
+
+}  // namespace
+}  // namespace trelis
