@@ -1,5 +1,6 @@
 #include "plot/GuiTest.h"
 
+#include <glibmm/main.h>
 #include <gtkmm/main.h>
 
 #include <chrono>
