@@ -262,7 +262,13 @@ void Store::stopNetwork() {
     if (hooks.stopLiveRead) hooks.stopLiveRead();
     const std::lock_guard lock(liveMutex);
     liveStopRequested = false;
+    forgetKey();
     clearInterval();
+}
+
+void Store::forgetKey() {
+    explicit_bzero(decryptionKey.data(), decryptionKey.size());
+    decryptionKey.clear();
 }
 
 void Store::interrupt() {
@@ -288,6 +294,7 @@ void Store::shutdown() {
         interrupt();
         workerThread_.join();
     }
+    forgetKey();
     clearAll();
     if (hooks.saveSettings) hooks.saveSettings();
 }

@@ -92,7 +92,7 @@ class Store : public ModelContext {
     void interrupt();
     /// How interrupt() reaches the readers of the pass that runs; empty when they are gone. Worker.
     void setPassStopper(std::function<void()> stopper);
-    /// Ends a live connection and waits until its path has left.
+    /// Ends a live connection, waits until its path has left, and forgets the key.
     void stopNetwork();
     /// Stops the worker, clears the model, saves the settings. Runs once.
     void shutdown();
@@ -205,6 +205,8 @@ class Store : public ModelContext {
     void markRequest();
     void workerLoop();
     void runPass();
+    /// Leaves no trace of the key in memory.
+    void forgetKey();
     [[nodiscard]] const StoreHooks::InputPath& chooseInput() const;
     [[nodiscard]] std::shared_ptr<Signal> findSignal(const std::string& complete) const;
     [[nodiscard]] std::string completeLegacyReference(const std::string& reference) const;

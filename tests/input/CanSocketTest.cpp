@@ -1,0 +1,174 @@
+// Frames of a CAN interface. A pair of datagram sockets stands in for the interface; the rest needs
+// a virtual one ("ip link add dev can0 type vcan") and is skipped without.
+#include "input/CanSocket.h"
+
+#include <glibmm/init.h>
+#include <linux/can.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "LiveRig.h"
+#include "app/diagnostics/Exceptions.h"
+#include "input/LiveConnection.h"
+#include "input/LiveRun.h"
+#include "input/stream/BlockMaker.h"
+
+namespace trelis::test {
+namespace {
+
+can_frame canFrame(std::uint32_t id, std::uint8_t length, std::uint8_t firstByte) {
+    can_frame frame{};
+    frame.can_id = id;
+    frame.can_dlc = length;
+    for (std::uint8_t i = 0; i < 8; ++i)
+        frame.data[i] = static_cast<std::uint8_t>(firstByte + i);
+    return frame;
+}
+
+/// Two connected sockets that keep the arrival times of their datagrams, as CAN sockets do.
+struct DatagramPair {
+    DatagramPair() : near(bound(nearAddress)), far(bound(farAddress)) {
+        join(near, farAddress);
+        join(far, nearAddress);
+    }
+    static Descriptor bound(sockaddr_in& address) {
+        Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
+        address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(bind(socket.get(), generic, size), 0);
+        EXPECT_EQ(getsockname(socket.get(), generic, &size), 0);
+        return socket;
+    }
+    static void join(const Descriptor& socket, const sockaddr_in& address) {
+        EXPECT_EQ(
+            connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    void put(const can_frame& frame, std::size_t size = sizeof(can_frame)) const {
+        EXPECT_EQ(send(far.get(), &frame, size, 0), static_cast<ssize_t>(size));
+    }
+    sockaddr_in nearAddress{};
+    sockaddr_in farAddress{};
+    Descriptor near;
+    Descriptor far;
+};
+
+class CanSocketTest : public testing::Test {
+  protected:
+    CanSocketTest() {
+        Glib::init();
+        store_.dongleMode = true;
+        wireLiveInputs(store_);
+        const auto owner = store_.addInterface("Can0", 0);
+        const auto message = RealMessage::create(0x123, "M", owner);
+        owner->addMessage(message);
+        signal_ = RealSignal::create(message, "S", 0, 8, 1, '+', "", 1, 0, 0, 0);
+        message->addSignal("S", signal_);
+        takeMessages();
+    }
+
+    Store store_;
+    std::shared_ptr<RealSignal> signal_;
+};
+
+TEST_F(CanSocketTest, OneFrameWithItsTime) {
+    const DatagramPair pair;
+    const std::uint64_t before = wallClockMs();
+    pair.put(canFrame(0x123, 3, 0x50));
+    pair.put(canFrame(0x9ABCDEF0, 15, 1));
+    Frame frame;
+    frame.data.fill(0xFF);
+    ASSERT_EQ(readCanSocket(pair.near.get(), frame), 0);
+    EXPECT_EQ(frame.id, 0x123U);
+    EXPECT_EQ(frame.dlc, 3);
+    EXPECT_EQ(frame.data, (std::array<std::uint8_t, 8>{0x50, 0x51, 0x52}));
+    EXPECT_GE(frame.absoluteTime, before);
+    EXPECT_LE(frame.absoluteTime, wallClockMs());
+    ASSERT_EQ(readCanSocket(pair.near.get(), frame), 0);
+    EXPECT_EQ(frame.id, 0x9ABCDEF0U);
+    EXPECT_EQ(frame.data[7], 8);
+    pair.put(canFrame(1, 8, 0), 15);
+    EXPECT_EQ(readCanSocket(pair.near.get(), frame), -1);
+}
+
+TEST_F(CanSocketTest, FramesAreDecodedUntilTheInterfaceFails) {
+    const DatagramPair pair;
+    store_.noGui = true;
+    for (std::uint8_t i = 1; i <= 50; ++i)
+        pair.put(canFrame(0x123, 8, i));
+    pair.put({}, 1);  // no frame
+    readCanFrames(store_, pair.near.get());
+    EXPECT_EQ(store_.framesRead, 50U);
+    const ValueRuns values = valuesOf(store_);
+    ASSERT_EQ(values.at("Can0.M.S").size(), 50U);
+    EXPECT_EQ(values.at("Can0.M.S").front(), 1.0);
+    EXPECT_EQ(values.at("Can0.M.S").back(), 50.0);
+    EXPECT_GE(store_.parseLastTime, store_.firstTime + kLiveWindowMs);
+    EXPECT_EQ(takeMessages(), std::vector<std::string>{"kvaser dongle read error"});
+    EXPECT_FALSE(store_.running);
+}
+
+TEST_F(CanSocketTest, SilentInterfaceCanBeStopped) {
+    const DatagramPair pair;
+    std::thread reader([&] { readCanFrames(store_, pair.near.get()); });
+    pair.put(canFrame(0x123, 8, 1));
+    while (store_.framesRead == 0)
+        std::this_thread::yield();
+    store_.running = false;
+    reader.join();
+    EXPECT_TRUE(takeMessages().empty());
+}
+
+TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
+    store_.dongleChannel = 987654;
+    store_.noGui = true;
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(store_.parseNow(), PrintMsgError);
+    const std::string printed = testing::internal::GetCapturedStderr();
+    // Which of the two depends on whether the kernel knows CAN at all.
+    EXPECT_NE(printed.find("Could not determine interface index for channel 987654"),
+              printed.find("open socket failed: "));
+    EXPECT_EQ(takeMessages(), std::vector<std::string>{"couldn't connect to kvaser dongle"});
+}
+
+/// The number of an interface "can<N>" that is up, or -1.
+int liveChannel() {
+    constexpr int kCanHardware = 280;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/sys/class/net", error)) {
+        const std::string name = entry.path().filename();
+        int hardware = 0;
+        std::string state;
+        std::ifstream(entry.path() / "type") >> hardware;
+        std::ifstream(entry.path() / "operstate") >> state;
+        if (hardware == kCanHardware && name.starts_with("can") && state != "down")
+            return std::atoi(name.c_str() + 3);
+    }
+    return -1;
+}
+
+TEST_F(CanSocketTest, RealInterface) {
+    const int channel = liveChannel();
+    if (channel < 0) GTEST_SKIP() << "no CAN interface of the name can<N> is up";
+    const Descriptor reader(openCanSocket(channel));
+    const Descriptor sender(openCanSocket(channel));
+    ASSERT_GE(reader.get(), 0);
+    ASSERT_GE(sender.get(), 0);
+    const can_frame sent = canFrame(0x321, 8, 9);
+    ASSERT_EQ(write(sender.get(), &sent, sizeof sent), static_cast<ssize_t>(sizeof sent));
+    Frame frame;
+    ASSERT_EQ(readCanSocket(reader.get(), frame), 0);
+    EXPECT_EQ(frame.id, 0x321U);
+    EXPECT_EQ(frame.data[0], 9);
+}
+
+}  // namespace
+}  // namespace trelis::test

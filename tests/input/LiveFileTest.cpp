@@ -1,0 +1,106 @@
+#include "input/LiveFile.h"
+
+#include <glibmm/init.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "Recording.h"
+#include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+
+namespace trelis::test {
+namespace {
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+unsigned modeOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status.st_mode & 0777U;
+}
+
+class LiveFile : public testing::Test {
+  protected:
+    LiveFile() {
+        Glib::init();
+        setenv("HOME", folder_.file("").c_str(), 1);
+    }
+    ScratchFolder folder_;
+};
+
+TEST_F(LiveFile, StoredConnectionComesBack) {
+    const StoredConnection connection = {"Truck 7", "logger1", "778", "p=q ", "a.vsd", "/d/b.dbc"};
+    const std::string path = folder_.file("x.tvlive");
+    folder_.write("x.tvlive", "old");
+    ASSERT_TRUE(writeStoredConnection(path, connection));
+    EXPECT_EQ(contentOf(path),
+              "TITLE=Truck 7\nSERVER=logger1\nPORT=778\nKEY=p=q \nVSD=a.vsd\nDBC=/d/b.dbc\n");
+    EXPECT_EQ(modeOf(path), 0600U);
+    auto read = readStoredConnection(path);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->title, connection.title);
+    EXPECT_EQ(read->server, connection.server);
+    EXPECT_EQ(read->port, connection.port);
+    EXPECT_EQ(read->key, connection.key);
+    EXPECT_EQ(read->vsdFile, connection.vsdFile);
+    EXPECT_EQ(read->dbcFile, connection.dbcFile);
+    resolvePaths(*read, path);
+    EXPECT_EQ(read->vsdFile, folder_.file("a.vsd"));
+    EXPECT_EQ(read->dbcFile, "/d/b.dbc");
+}
+
+TEST_F(LiveFile, OnlyWhatIsSetIsWritten) {
+    StoredConnection connection;
+    connection.server = "host\nKEY=injected";
+    ASSERT_TRUE(writeStoredConnection(folder_.file("y.tvlive"), connection));
+    EXPECT_EQ(contentOf(folder_.file("y.tvlive")), "TITLE=\nSERVER=host\nPORT=777\n");
+}
+
+TEST_F(LiveFile, OddFilesAreRead) {
+    folder_.write("odd", "no sign\r\nSERVER=a\r\nserver=b\n=c\nDBC==/x.dbc\nPORT");
+    const auto read = readStoredConnection(folder_.file("odd"));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->server, "a");
+    EXPECT_EQ(read->dbcFile, "=/x.dbc");
+    EXPECT_EQ(read->port, "");
+    EXPECT_FALSE(readStoredConnection(folder_.file("missing")));
+    EXPECT_FALSE(readStoredConnection(folder_.file("")));  // a directory
+    EXPECT_TRUE(readStoredConnection("/dev/zero"));        // bounded
+}
+
+TEST_F(LiveFile, LastConnectionIsRemembered) {
+    Store store;
+    store.liveFilePath = folder_.file(".sigmiralive");
+    store.title = "T";
+    store.hostName = "h";
+    store.decryptionKey = "geheim";
+    Settings& settings = Settings::instance();
+    settings.setDbFile("/x.dbc");
+    settings.setVsdFile(kNoFile);
+    saveLiveFile(store);
+    EXPECT_EQ(contentOf(store.liveFilePath),
+              "TITLE=T\nSERVER=h\nPORT=777\nKEY=geheim\nDBC==/x.dbc\n");
+    EXPECT_EQ(modeOf(store.liveFilePath), 0600U);
+
+    settings.setDbFile(kNoFile);
+    settings.setVsdFile("/x.vsd");
+    store.decryptionKey.clear();
+    saveLiveFile(store);
+    EXPECT_EQ(contentOf(store.liveFilePath), "TITLE=T\nSERVER=h\nPORT=777\nVSD=/x.vsd\n");
+
+    settings.setVsdFile(kNoFile);
+    store.liveFilePath = folder_.file("no/such/folder");
+    saveLiveFile(store);
+    EXPECT_EQ(MessageLog::instance().pop().text, "Couldn't create " + store.liveFilePath);
+}
+
+}  // namespace
+}  // namespace trelis::test
