@@ -39,82 +39,83 @@ struct StuffState {
 };
 constexpr std::size_t kStuffStates = 8;
 
-constexpr std::uint16_t indexOf(StuffState state) {
-    return static_cast<std::uint16_t>((state.row - 1) * 2 + (state.bit ? 1U : 0U));
+constexpr std::uint8_t indexOf(StuffState state) {
+    return static_cast<std::uint8_t>((state.row - 1) * 2 + (state.bit ? 1U : 0U));
 }
 
-// kStuffTable[s * 256 + b]: what the byte b does in the state s: the next state times 256, plus the
-// number of stuff bits.
-constexpr auto kStuffTable = [] {
-    std::array<std::uint16_t, kStuffStates * kByteValues> table{};
-    for (std::size_t entry = 0; entry < table.size(); ++entry) {
-        const std::size_t index = entry / kByteValues;
+// What the byte b does in the state s, at b * 8 + s: the next state and the number of stuff bits.
+// They lie apart so that the next state's place is one addition away from this state.
+struct StuffTables {
+    std::array<std::uint8_t, kByteValues * kStuffStates> next{};
+    std::array<std::uint8_t, kByteValues * kStuffStates> count{};
+};
+constexpr StuffTables kStuffTables = [] {
+    StuffTables tables;
+    for (std::size_t entry = 0; entry < tables.next.size(); ++entry) {
+        const std::size_t byte = entry / kStuffStates;
+        const std::size_t index = entry % kStuffStates;
         StuffState state{index % 2 != 0, static_cast<unsigned>(index / 2 + 1)};
-        unsigned stuffed = 0;
         for (int place = 7; place >= 0; --place) {
-            const bool bit = (entry >> place & 1U) != 0;
+            const bool bit = (byte >> place & 1U) != 0;
             state = {bit, bit == state.bit ? state.row + 1 : 1};
             if (state.row < 5) continue;
-            ++stuffed;
+            ++tables.count[entry];
             state = {!bit, 1};
         }
-        table[entry] = static_cast<std::uint16_t>(indexOf(state) * kByteValues + stuffed);
+        tables.next[entry] = indexOf(state);
     }
-    return table;
+    return tables;
 }();
 
 // Walks bytes over the bus and counts the stuff bits between them.
 class StuffCounter {
   public:
     void take(std::uint64_t byte) {
-        const std::uint32_t entry = kStuffTable[(position_ & 0xFF00U) | (byte & 0xFFU)];
-        count_ += entry & 0xFFU;
-        position_ = entry;
+        const std::size_t place = (byte & 0xFFU) * kStuffStates;
+        count_ += kStuffTables.count[place + state_];
+        state_ = kStuffTables.next[place + state_];
     }
     [[nodiscard]] std::uint32_t count() const { return count_; }
 
   private:
-    std::uint32_t position_ = indexOf({true, 1}) * kByteValues;
+    std::size_t state_ = indexOf({true, 1});
     std::uint32_t count_ = 0;
 };
 
-// Start-of-frame bit, identifier, flags and length code as they stand on the bus.
-struct Header {
-    std::uint64_t bits = 0;
-    unsigned length = 0;
-};
+// Lengths of the header in bits, and what it is: start-of-frame bit, identifier, flags and length
+// code as they stand on the bus.
+constexpr unsigned kStandardHeader = 19;
+constexpr unsigned kExtendedHeader = 39;
 
-Header headerOf(std::uint32_t id, std::uint32_t lengthCode) {
+std::uint64_t headerOf(std::uint32_t id, std::uint32_t lengthCode) {
     const std::uint64_t remote = (id & kRemoteFrameFlag) != 0 ? 1 : 0;
     if ((id & kExtendedIdFlag) == 0)  // start, 11 bits, RTR, IDE 0, r0 0
-        return {std::uint64_t{id & 0x7FFU} << 7 | remote << 6 | lengthCode, 19};
+        return std::uint64_t{id & 0x7FFU} << 7 | remote << 6 | lengthCode;
     const std::uint64_t high = id >> 18 & 0x7FFU;
     const std::uint64_t low = id & 0x3FFFFU;
     constexpr std::uint64_t kSrrAndIde = 3;  // start, 11 bits, SRR, IDE, 18 bits, RTR, r1 0, r0 0
-    return {high << 27 | kSrrAndIde << 25 | low << 7 | remote << 6 | lengthCode, 39};
+    return high << 27 | kSrrAndIde << 25 | low << 7 | remote << 6 | lengthCode;
 }
 
-}  // namespace
-
-std::uint32_t frameBits(std::uint32_t id, std::uint8_t dlc, std::uint64_t data) {
-    const unsigned count = dataLength(dlc);
-    const Header header = headerOf(id, dlc <= 15 ? dlc : 8U);
-    // Whole bytes: 19 and 39 bits and the zeros in front of them.
-    const unsigned headerBytes = (header.length + 7) / 8;
+// The numbers of header bytes and data bytes are parameters, so that the loops of the usual frame
+// are unrolled.
+template <unsigned kHeaderBits>
+[[gnu::always_inline]] inline std::uint32_t measure(std::uint64_t header, std::uint64_t wire,
+                                                    unsigned count) {
+    constexpr unsigned kHeaderBytes = (kHeaderBits + 7) / 8;  // with zeros in front
     std::uint32_t crc = 0;
-    for (unsigned i = 0; i < headerBytes; ++i)
-        crc ^= kCrcTable[count + i][header.bits >> (8 * i) & 0xFFU];
-    const std::uint64_t wire = __builtin_bswap64(data);  // the first byte highest, as it is sent
+    for (unsigned i = 0; i < kHeaderBytes; ++i)
+        crc ^= kCrcTable[count + i][header >> (8 * i) & 0xFFU];
     for (unsigned i = 0; i < count; ++i)
         crc ^= kCrcTable[count - 1 - i][wire >> (56 - 8 * i) & 0xFFU];
 
     // Bits that alternate and end with a 1 fill the first byte: the start-of-frame bit is a 0, so
     // they are no part of any row. One bit of the header is then left over; it and 15 bits of CRC
     // make whole bytes of the rest.
-    const std::uint64_t filler = header.length == 19 ? 0b010101 : 0b01;
-    const std::uint64_t head = filler << header.length | header.bits;
+    constexpr std::uint64_t kFiller = kHeaderBits == kStandardHeader ? 0b010101 : 0b01;
+    const std::uint64_t head = kFiller << kHeaderBits | header;
     StuffCounter stuffing;
-    for (unsigned i = headerBytes; i > 0; --i)
+    for (unsigned i = kHeaderBytes; i > 0; --i)
         stuffing.take(head >> (8 * i - 7));
     std::uint64_t left = head & 1U;
     const std::uint64_t body = left << 63 | wire >> 1;
@@ -124,7 +125,21 @@ std::uint32_t frameBits(std::uint32_t id, std::uint8_t dlc, std::uint64_t data) 
     const std::uint64_t tail = left << kCrcBits | crc;
     stuffing.take(tail >> 8);
     stuffing.take(tail);
-    return header.length + 8 * count + kCrcBits + stuffing.count() + kUnstuffedBits;
+    return kHeaderBits + 8 * count + kCrcBits + stuffing.count() + kUnstuffedBits;
+}
+
+}  // namespace
+
+std::uint32_t frameBits(std::uint32_t id, std::uint8_t dlc, std::uint64_t data) {
+    const unsigned count = dataLength(dlc);
+    const std::uint64_t header = headerOf(id, dlc <= 15 ? dlc : 8U);
+    const std::uint64_t wire = __builtin_bswap64(data);  // the first byte highest, as it is sent
+    const bool extended = (id & kExtendedIdFlag) != 0;
+    if (count == 8)
+        return extended ? measure<kExtendedHeader>(header, wire, 8)
+                        : measure<kStandardHeader>(header, wire, 8);
+    return extended ? measure<kExtendedHeader>(header, wire, count)
+                    : measure<kStandardHeader>(header, wire, count);
 }
 
 std::uint32_t frameBits(const Frame& frame) {
