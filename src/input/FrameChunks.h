@@ -12,11 +12,10 @@
 
 namespace trelis {
 
-/// Some frames of one message.
+/// Some frames of one message. How many is known to the group it belongs to.
 struct FrameChunk {
     static constexpr std::size_t kCapacity = 256;
 
-    std::size_t count = 0;
     std::array<StoredFrame, kCapacity> frames;
 };
 

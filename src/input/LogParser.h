@@ -97,7 +97,13 @@ class LogParser : public FrameSource {
     [[nodiscard]] std::uint64_t baseTime() const { return baseTime_; }
 
   private:
-    using Group = std::vector<std::unique_ptr<FrameChunk>>;
+    /// The frames of one message. The place of the next one is kept beside the chunks: finding it
+    /// costs one look.
+    struct Group {
+        StoredFrame* next = nullptr;
+        StoredFrame* end = nullptr;
+        std::vector<std::unique_ptr<FrameChunk>> chunks;
+    };
 
     bool takeSlot(bool wait);
     void runReader();
@@ -106,6 +112,7 @@ class LogParser : public FrameSource {
     void filterBlock(const std::uint8_t* records, std::size_t length);
     void keepBlock(std::unique_ptr<RecordBlock> block);
     void keepFrame(const std::uint8_t* record, LogFilter::Verdict verdict);
+    void growGroup(Group& group);
     /// Follows the counter of a kept record and gives its time(), overflows added.
     std::uint64_t follow(std::uint32_t timestamp);
 
