@@ -46,6 +46,10 @@ std::string colourKey(const std::string& interface, const std::string& message,
     return key.append(interface).append(".").append(message).append(".").append(signal);
 }
 
+bool holds(const Glib::KeyFile& keys, const char* group, const std::string& key) {
+    return keys.has_group(group) && keys.has_key(group, key);
+}
+
 std::string signalColourText(const Glib::KeyFile& keys, const std::string& key) {
     try {
         return keys.get_string(kSignalColors, key);
@@ -113,6 +117,8 @@ double Settings::number(const char* key, double fallback, double low, double hig
 
 std::string Settings::text(const char* key, const char* fallback) const {
     const std::lock_guard lock(mutex_);
+    // Asked first: the default colour is wanted once for each signal of a definition file.
+    if (!holds(file_.keys, kGlobal, key)) return fallback;
     try {
         return file_.keys.get_string(kGlobal, key);
     } catch (const Glib::KeyFileError&) {
@@ -342,8 +348,7 @@ std::string Settings::getSignalColor(const std::string& interface, const std::st
     std::string value = kFollowsDefault;
     if (isKey(key)) {
         const std::lock_guard lock(mutex_);
-        // Asked first, since a new definition file would throw once for each of its signals.
-        if (!file_.keys.has_group(kSignalColors) || !file_.keys.has_key(kSignalColors, key))
+        if (!holds(file_.keys, kSignalColors, key))
             file_.keys.set_string(kSignalColors, key, kFollowsDefault);
         else
             value = signalColourText(file_.keys, key);
