@@ -61,6 +61,7 @@ class DbcReader {
     void noteShape(const DbcSignalLine& line, const std::string& name);
     void setValueType(RealSignal& signal, const DbcValueTypeLine& line);
     void noteUnreadable();
+    void noteLongLine();
     [[nodiscard]] std::shared_ptr<Signal> findSignal(std::uint32_t id, std::string_view name);
     [[nodiscard]] std::string takeText(std::string_view text) const;
 
@@ -134,10 +135,14 @@ void DbcReader::handleLine() {
             line_.append({kEmptyMark, '"'});
         }
     }
-    scannable_ = options_.tolerant || line_.size() < kLineBound;
+    const bool isLong = line_.size() >= kLineBound;
+    scannable_ = options_.tolerant || !isLong;
     // No field holds a zero byte.
     if (const auto zero = line_.find('\0'); zero != std::string::npos) line_.resize(zero);
-    if (scannable_ && (readMessageLine() || readSignalLine() || readValueTypeLine())) return;
+    if (scannable_ && (readMessageLine() || readSignalLine() || readValueTypeLine())) {
+        if (isLong) noteLongLine();
+        return;
+    }
     if (isValueTable) {
         readValueTable();
     } else if (line_.starts_with("CM_ BO_") || line_.starts_with("CM_ SG_")) {
@@ -160,13 +165,17 @@ void DbcReader::noteUnreadable() {
             rest.find_first_of("0123456789:") != std::string_view::npos && isDbcSpace(rest.front());
         if (!hasFields || (skipSignals_ && word == "SG_")) return;
         if (!scannable_)
-            note(DefinitionFault::kLongLine, format("%zu bytes: ", line_.size()) + takeText(line_));
+            noteLongLine();
         else if (word == "SG_" && !currentMessage_ && scanDbcSignal(line_))
             note(DefinitionFault::kNoMessage, takeText(line_));
         else
             note(DefinitionFault::kUnreadableLine, takeText(line_));
         return;
     }
+}
+
+void DbcReader::noteLongLine() {
+    note(DefinitionFault::kLongLine, format("%zu bytes: ", line_.size()) + takeText(line_));
 }
 
 // ---- messages
@@ -259,7 +268,7 @@ void DbcReader::noteShape(const DbcSignalLine& line, const std::string& name) {
                                     : std::uint64_t{line.startBit} / 8 * 8 + 7 - line.startBit % 8;
     if (line.bitLength > kDataBits)
         note(DefinitionFault::kOverwideSignal, format("%s: %u bits", name.c_str(), line.bitLength));
-    else if (line.bitLength > 32 && !options_.tolerant)
+    else if (line.bitLength > 32)
         note(DefinitionFault::kWideSignal, format("%s: %u bits", name.c_str(), line.bitLength));
     if (first + line.bitLength > kDataBits)
         note(DefinitionFault::kOutsideData,
@@ -291,6 +300,8 @@ void DbcReader::setValueType(RealSignal& signal, const DbcValueTypeLine& line) {
         if (!signal.setFloatOfWidth(line.type == kDoubleType ? 64 : 32))
             note(DefinitionFault::kBadValueType,
                  format("%s: a float of %u bits", signal.name.c_str(), signal.bitLength));
+        else if (line.type == kDoubleType)
+            note(DefinitionFault::kDoubleSignal, signal.name);
         return;
     }
     if (!signal.byteAligned || signal.bitLength != 32)
@@ -403,7 +414,9 @@ void DbcReader::readDbcComment(bool isMessage) {
 void DbcReader::note(DefinitionFault fault, const std::string& text, bool endsLoad) {
     Tally& tally = tallies_[fault];
     if (tally.count++ == 0) tally.firstLine = lineNumber_;
-    if (options_.sink) options_.sink({fault, shownPath_, lineNumber_, text, endsLoad});
+    if (!options_.sink) return;
+    const bool kept = options_.tolerant && tolerantMeans(fault) == TolerantMeans::kCostsNothing;
+    options_.sink({fault, shownPath_, lineNumber_, text, endsLoad, kept});
 }
 
 void DbcReader::failUnlessTolerant(DefinitionFault fault, const std::string& text) {
@@ -412,15 +425,17 @@ void DbcReader::failUnlessTolerant(DefinitionFault fault, const std::string& tex
 }
 
 void DbcReader::tellTallies() const {
-    if (!options_.tolerant) return;
+    if (!options_.tolerant || options_.sink) return;
     for (const auto& [fault, tally] : tallies_) {
         if (fault == DefinitionFault::kOpenComment) continue;  // told already
         const std::string where =
             tally.count == 1
                 ? format("once, in line %" PRIu64, tally.firstLine)
                 : format("%" PRIu64 " times, first in line %" PRIu64, tally.count, tally.firstLine);
-        report(Level::kWarning, format("DBC file %s: %s, %s", shownPath_.c_str(),
-                                       std::string(faultName(fault)).c_str(), where.c_str()));
+        const bool costsNothing = tolerantMeans(fault) == TolerantMeans::kCostsNothing;
+        report(costsNothing ? Level::kInfo : Level::kWarning,
+               format("DBC file %s: %s, %s", shownPath_.c_str(),
+                      std::string(faultName(fault)).c_str(), where.c_str()));
     }
 }
 

@@ -13,9 +13,10 @@ class Store;
 struct DbcReadOptions {
     /// Keep all that can be kept: no line is too long, what is double or refers to nothing costs
     /// only itself, signals of up to 64 bits and 64-bit floats are decoded in full. Each kind of
-    /// fault is told once a file.
+    /// fault is told once a file, at INF if it cost nothing and else at WRN.
     bool tolerant = false;
-    FindingSink sink;  ///< gets everything that was passed over; may be empty
+    /// Gets everything that was passed over, each time; then no kind is told. May be empty.
+    FindingSink sink;
 };
 
 /// Understands a line-oriented subset of the DBC language: every line is tried against a few fixed

@@ -36,6 +36,8 @@ std::string_view faultName(DefinitionFault fault) {
             return "comment without an end";
         case DefinitionFault::kUnreadableFile:
             return "file that cannot be read";
+        case DefinitionFault::kDuplicateGroup:
+            return "group defined twice";
         case DefinitionFault::kFailedGroup:
             return "virtual signal that cannot be made";
         case DefinitionFault::kBadGroupName:
@@ -46,20 +48,21 @@ std::string_view faultName(DefinitionFault fault) {
     return "unknown fault";
 }
 
-bool tolerantMends(DefinitionFault fault) {
+TolerantMeans tolerantMeans(DefinitionFault fault) {
     switch (fault) {
         case DefinitionFault::kLongLine:
         case DefinitionFault::kWideSignal:
+        case DefinitionFault::kDoubleSignal:
+        case DefinitionFault::kEmptyLabel:
+            return TolerantMeans::kCostsNothing;
         case DefinitionFault::kDuplicateMessage:
         case DefinitionFault::kDuplicateSignal:
         case DefinitionFault::kBadMultiplexMark:
         case DefinitionFault::kBadValueType:
-        case DefinitionFault::kDoubleSignal:
         case DefinitionFault::kUnknownTarget:
-        case DefinitionFault::kEmptyLabel:
-            return true;
+            return TolerantMeans::kCostsOnlyItself;
         default:
-            return false;
+            return TolerantMeans::kNothing;
     }
 }
 

@@ -25,16 +25,22 @@ enum class DefinitionFault {
     kEmptyLabel,        ///< a label without text cuts its list
     kOpenComment,       ///< a comment that runs to the end of the file
     kUnreadableFile,
-    kFailedGroup,   ///< a virtual signal that could not be made
-    kBadGroupName,  ///< what stands behind it in the file is not read
+    kDuplicateGroup,  ///< the keys of both are one group, or the later file's is not used
+    kFailedGroup,     ///< a virtual signal that could not be made
+    kBadGroupName,    ///< what stands behind it in the file is not read
     kBadSettings,
 };
 
 /// What such a fault is, in the words of a message.
 std::string_view faultName(DefinitionFault fault);
 
-/// Whether reading tolerantly keeps what this fault costs.
-bool tolerantMends(DefinitionFault fault);
+/// What reading tolerantly does about a fault.
+enum class TolerantMeans {
+    kNothing,
+    kCostsOnlyItself,  ///< what has the fault is lost, nothing else
+    kCostsNothing,     ///< it is read as it was meant
+};
+TolerantMeans tolerantMeans(DefinitionFault fault);
 
 struct DefinitionFinding {
     DefinitionFault fault = DefinitionFault::kUnreadableLine;
@@ -42,6 +48,7 @@ struct DefinitionFinding {
     std::uint64_t line = 0;  ///< from 1; 0: the file as a whole
     std::string text;        ///< what exactly, valid UTF-8
     bool endsLoad = false;   ///< nothing behind it is read
+    bool kept = false;       ///< read tolerantly, so that it cost nothing
 };
 
 /// Called on the thread that reads, in the order of reading.

@@ -60,7 +60,7 @@ class SettingsReader {
 };
 
 void SettingsReader::fail(const std::string& text) const {
-    if (sink_) sink_({DefinitionFault::kBadSettings, toValidUtf8(path_), 0, text, true});
+    if (sink_) sink_({DefinitionFault::kBadSettings, toValidUtf8(path_), 0, text, true, false});
     reportFatal(text);
 }
 
@@ -159,7 +159,7 @@ void loadVsdFile(Store& store, const std::string& path, const FindingSink& sink)
     } else if (!store.csvMode) {
         const std::string text =
             format("VSD file '%s' does not have a settings group", path.c_str());
-        if (sink) sink({DefinitionFault::kBadSettings, toValidUtf8(path), 0, text, true});
+        if (sink) sink({DefinitionFault::kBadSettings, toValidUtf8(path), 0, text, true, false});
         report(Level::kWarning, text);
         return;
     }

@@ -20,7 +20,8 @@ constexpr const char* kSettings = "settings";
 constexpr const char* kDefaultMessage = "Virtual";
 
 /// The lines at which the groups of a file begin, from 1.
-std::unordered_map<std::string, std::uint64_t> groupLines(const std::string& path) {
+std::unordered_map<std::string, std::uint64_t> groupLines(const std::string& path,
+                                                          const FindingSink& sink) {
     std::unordered_map<std::string, std::uint64_t> lines;
     std::ifstream stream(path);
     std::string line;
@@ -28,8 +29,11 @@ std::unordered_map<std::string, std::uint64_t> groupLines(const std::string& pat
         const auto start = line.find_first_not_of(" \t");
         if (start == std::string::npos || line[start] != '[') continue;
         const auto end = line.find(']', start);
-        if (end != std::string::npos)
-            lines.emplace(line.substr(start + 1, end - start - 1), number);
+        if (end == std::string::npos) continue;
+        const std::string name = line.substr(start + 1, end - start - 1);
+        if (!lines.emplace(name, number).second)
+            sink({DefinitionFault::kDuplicateGroup, toValidUtf8(path), number,
+                  toValidUtf8(name) + " is one with the group of this name above", false, false});
     }
     return lines;
 }
@@ -91,7 +95,7 @@ void VsdGroups::readVsdSignals(Glib::KeyFile keys, const std::string& path) {
     Source& source = *sources_.emplace_back(std::make_unique<Source>());
     source.path = path;
     source.keys = std::move(keys);
-    if (sink_) source.lines = groupLines(path);
+    if (sink_) source.lines = groupLines(path, sink_);
     for (const Glib::ustring& entry : source.keys.get_groups()) {
         const std::string name = toValidUtf8(entry.raw());
         if (name == kSettings) continue;
@@ -112,7 +116,12 @@ void VsdGroups::readIncludedVsdFiles(const std::vector<std::string>& list,
                                      const std::string& mainPath) {
     for (const std::string& entry : list) {
         const std::string path = resolveVsdPath(entry, mainPath);
-        if (!fileCanBeOpened(path)) continue;
+        if (!fileCanBeOpened(path)) {
+            if (sink_)
+                sink_({DefinitionFault::kUnreadableFile, toValidUtf8(path), 0,
+                       "an included file cannot be opened", false, false});
+            continue;
+        }
         Glib::KeyFile keys;
         keys.load_from_file(path);
         readVsdSignals(std::move(keys), path);
@@ -183,7 +192,10 @@ void VsdGroups::noteFailure(std::size_t index, const std::string& text) {
 // True: the signal exists now, made here or by an earlier group of this name.
 bool VsdGroups::make(Group& group) {
     const auto message = messageOf(group);
-    if (message->signalsByName.contains(group.signalName)) return true;
+    if (message->signalsByName.contains(group.signalName)) {
+        note(DefinitionFault::kDuplicateGroup, group, group.name + " exists already");
+        return true;
+    }
     const std::size_t firstNew = message->signals.size();
     createSignal(message, group.name, group.signalName, group.source->keys, group.source->path);
     signalCreated_ = true;
@@ -213,7 +225,7 @@ void VsdGroups::note(DefinitionFault fault, const Group& group, const std::strin
     if (!sink_) return;
     const auto line = group.source->lines.find(group.name);
     sink_({fault, toValidUtf8(group.source->path),
-           line == group.source->lines.end() ? 0 : line->second, text, false});
+           line == group.source->lines.end() ? 0 : line->second, text, false, false});
 }
 
 }  // namespace trelis

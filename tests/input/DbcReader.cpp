@@ -132,7 +132,6 @@ TEST_F(DbcReader, theLineBoundIsAHundredBytes) {
     store.clearAll();
     load(file, true);
     EXPECT_EQ(store.getMessage(0, 1)->signals.size(), 3U);
-    EXPECT_EQ(takeMessages(), "");
 }
 
 TEST_F(DbcReader, multiplexing) {
@@ -241,11 +240,22 @@ TEST_F(DbcReader, faultsEndTheLoadUnlessTolerant) {
         EXPECT_EQ(signal(100, "S")->name, "S") << "what stood before stays";
 
         EXPECT_EQ(loadFailure(file, true), "") << c.lines;
-        EXPECT_NE(takeMessages().find("once, in line 4"), std::string::npos) << c.lines;
         EXPECT_EQ(findings, (std::vector<Place>{{c.fault, 4}})) << c.lines;
         EXPECT_EQ(store.getMessage(0, 100)->signals.size(), c.signalsKept + 1) << c.lines;
         EXPECT_TRUE(signal(100, "F")->isFloat) << c.lines;
     }
+}
+
+TEST_F(DbcReader, tolerantlyEachKindOfFaultIsToldOnce) {
+    const fs::path path = directory / "a.dbc";
+    std::ofstream(path) << kPlain << "VAL_ 9 S 1 \"x\" ;\nVAL_ 8 S 1 \"x\" ;\n"
+                        << " SG_ W : 0|40@1+ (1,0) [0|0] \"\" X\n";
+    store.tolerantDefinitions = true;
+    readDbcFile(store, path, 0, "Can");
+    EXPECT_EQ(takeMessages(),
+              "DBC file " + path.string() + ": signal of more than 32 bits, once, in line 6\n" +
+                  "DBC file " + path.string() +
+                  ": value table or type of an unknown signal, 2 times, first in line 4\n");
 }
 
 TEST_F(DbcReader, wideSignalsDecodeInFullOnlyWhenTolerant) {
