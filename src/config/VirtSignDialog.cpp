@@ -1,0 +1,315 @@
+#include "config/VirtSignDialog.h"
+
+#include <array>
+#include <utility>
+
+#include "app/diagnostics/Exceptions.h"
+#include "app/diagnostics/Report.h"
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+#include "model/Message.h"
+#include "virtual/VirtualSignal.h"
+
+namespace trelis {
+namespace {
+
+constexpr int kSpacing = 6;
+constexpr const char* kHelpFolder = "/usr/share/doc/sigmira/help/";
+constexpr const char* kSignalHint = "<canif>.<msg>.<signal>";
+
+}  // namespace
+
+VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& settings,
+                               VirtSignDialogHooks hooks)
+    : store_(store),
+      settings_(settings),
+      hooks_(std::move(hooks)),
+      signalPaths_(Gtk::ListStore::create(columns_)),
+      methods_(makeMethods()),
+      name_({"name", "<msg>.<signal>", "Select virtual message and signal name"}),
+      unit_({"unit", "km/h (optional)", "Unit for this signal"}),
+      methodFrame_("Method"),
+      inputFrame_("Inputs"),
+      countLabel_("Number of inputs"),
+      commonButton_("Show common options"),
+      saveButton_("Save changes (Ctrl + S)"),
+      duplicateButton_("Duplicate"),
+      deleteButton_("Delete signal") {
+    set_transient_for(parent);
+    set_default_size(560, 640);
+    layOut();
+    chooseMethod();
+}
+
+// ---- the form
+
+void VirtSignDialog::placeRow(Gtk::Grid& grid, int line, InputRow& row) {
+    grid.attach(row.label(), 0, line);
+    grid.attach(row.widget(), 1, line);
+    row.show();
+}
+
+void VirtSignDialog::layOut() {
+    header_.set_markup("<b><big>Sigmira</big></b>");
+    header_.set_halign(Gtk::ALIGN_START);
+    for (Gtk::Grid* grid : {&topGrid_, &inputGrid_, &commonGrid_}) {
+        grid->set_row_spacing(kSpacing);
+        grid->set_column_spacing(2 * kSpacing);
+    }
+    placeRow(topGrid_, 0, name_);
+    placeRow(topGrid_, 1, unit_);
+
+    form_.set_border_width(kSpacing);
+    form_.set_spacing(2 * kSpacing);
+    form_.pack_start(topGrid_, Gtk::PACK_SHRINK);
+    layOutMethods();
+    layOutInputs();
+    layOutCommonRows();
+
+    scrolled_.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
+    scrolled_.add(form_);
+    box_.set_border_width(kSpacing);
+    box_.set_spacing(kSpacing);
+    box_.pack_start(header_, Gtk::PACK_SHRINK);
+    box_.pack_start(scrolled_);
+    layOutButtons();
+    add(box_);
+    box_.show_all();
+    showCommonRows(false);
+}
+
+void VirtSignDialog::layOutMethods() {
+    for (const auto& entry : methods_) {
+        methodChoice_.append(entry->name());
+        entry->setCompletion(signalPaths_, columns_);
+    }
+    methodChoice_.set_tooltip_text("Select virtual method to use");
+    methodChoice_.get_accessible()->set_name("method");
+    methodChoice_.set_active(0);
+    methodChoice_.signal_changed().connect(sigc::mem_fun(*this, &VirtSignDialog::chooseMethod));
+    methodHelp_.set_image_from_icon_name("help-browser");
+    methodHelp_.set_tooltip_text("Show help for selected method");
+    methodHelp_.signal_clicked().connect(
+        [this] { openHelp("method_" + Glib::ustring(method().name()).lowercase()); });
+    methodLine_.set_spacing(kSpacing);
+    methodLine_.pack_start(methodChoice_);
+    methodLine_.pack_start(methodHelp_, Gtk::PACK_SHRINK);
+    methodBox_.set_border_width(kSpacing);
+    methodBox_.set_spacing(kSpacing);
+    methodBox_.pack_start(methodLine_, Gtk::PACK_SHRINK);
+    for (const auto& entry : methods_)
+        methodBox_.pack_start(entry->grid(), Gtk::PACK_SHRINK);
+    methodFrame_.add(methodBox_);
+    form_.pack_start(methodFrame_, Gtk::PACK_SHRINK);
+}
+
+void VirtSignDialog::layOutInputs() {
+    inputCount_.set_range(1, 1);
+    inputCount_.set_increments(1, 1);
+    inputCount_.set_numeric(true);
+    inputCount_.set_tooltip_text("Select number input signals to use");
+    inputCount_.signal_value_changed().connect(
+        [this] { setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int())); });
+    countLine_.set_spacing(2 * kSpacing);
+    countLine_.pack_start(countLabel_, Gtk::PACK_SHRINK);
+    countLine_.pack_start(inputCount_, Gtk::PACK_SHRINK);
+    inputBox_.set_border_width(kSpacing);
+    inputBox_.set_spacing(kSpacing);
+    inputBox_.pack_start(countLine_, Gtk::PACK_SHRINK);
+    inputBox_.pack_start(inputGrid_, Gtk::PACK_SHRINK);
+    inputFrame_.add(inputBox_);
+    form_.pack_start(inputFrame_, Gtk::PACK_SHRINK);
+}
+
+void VirtSignDialog::layOutCommonRows() {
+    const auto add = [this](auto row) { commonRows_.push_back(std::move(row)); };
+    const auto addFloat = [&](const char* key, const char* hint, const char* help) {
+        add(std::make_unique<EntryFloat>(RowText{key, hint, help}));
+    };
+    const auto addBool = [&](const char* key, const char* help) {
+        add(std::make_unique<EntryBool>(RowText{key, "", help}));
+    };
+    addFloat("fact", "x 1.0", "Multiply signal output by this factor");
+    addFloat("offs", "+ 12.0", "Add this offset to signal output");
+    addFloat("minLim", "0.5 units", "Ignore values below this limit in plot (for better scaling)");
+    addFloat("maxLim", "25.5 units", "Ignore values above this limit in plot (for better scaling)");
+    addBool("absInput", "Use absolute value of input signal");
+    addBool("absOutput", "Output absolute value");
+    add(std::make_unique<EntryInt>(
+        RowText{"avgWindow", "2000 ms", "Average the signal output with this window size"}));
+    add(std::make_unique<EntryString>(
+        RowText{"comment", "Vertical speed of rocket", "Helpful description of signal"}));
+    addBool("hidden", "Hide signal (only use as input to other signals)");
+    addBool("fillEmpty", "Use last registered value to fill gaps");
+    addFloat("valWhenEmpty", "", "Fill gaps with this value instead of last");
+    addBool("pauseIfZero", "Pause output for signal while it would have been 0");
+
+    commonButton_.signal_clicked().connect([this] { showCommonRows(!commonGrid_.get_visible()); });
+    commonHelp_.set_image_from_icon_name("help-browser");
+    commonHelp_.set_tooltip_text("Show common options help");
+    commonHelp_.signal_clicked().connect([this] { openHelp("method_common_options"); });
+    commonLine_.set_spacing(kSpacing);
+    commonLine_.pack_start(commonButton_);
+    commonLine_.pack_start(commonHelp_, Gtk::PACK_SHRINK);
+    form_.pack_start(commonLine_, Gtk::PACK_SHRINK);
+    int line = 0;
+    for (const auto& row : commonRows_) {
+        acceptAlternative(*row, {});
+        placeRow(commonGrid_, line++, *row);
+    }
+    commonGrid_.set_no_show_all(true);
+    form_.pack_start(commonGrid_, Gtk::PACK_SHRINK);
+}
+
+void VirtSignDialog::layOutButtons() {
+    saveButton_.set_tooltip_text("Save signal to file");
+    duplicateButton_.set_tooltip_text("Duplicate this signal to a new signal");
+    deleteButton_.set_tooltip_text("Delete this signal");
+    saveButton_.signal_clicked().connect(sigc::mem_fun(*this, &VirtSignDialog::saveChanges));
+    duplicateButton_.signal_clicked().connect(sigc::mem_fun(*this, &VirtSignDialog::duplicate));
+    deleteButton_.signal_clicked().connect(sigc::mem_fun(*this, &VirtSignDialog::deleteSignal));
+    buttons_.set_spacing(kSpacing);
+    buttons_.pack_start(saveButton_, Gtk::PACK_SHRINK);
+    buttons_.pack_start(duplicateButton_, Gtk::PACK_SHRINK);
+    buttons_.pack_end(deleteButton_, Gtk::PACK_SHRINK);
+    box_.pack_start(buttons_, Gtk::PACK_SHRINK);
+}
+
+Method& VirtSignDialog::method() const {
+    return *methods_.at(methodIndex_);
+}
+
+void VirtSignDialog::chooseMethod() {
+    const int chosen = methodChoice_.get_active_row_number();
+    if (chosen < 0) return;
+    methodIndex_ = static_cast<std::size_t>(chosen);
+    for (const auto& entry : methods_)
+        entry->hideRows();
+    method().showRows();
+    limitInputs(0);
+}
+
+// The method sets how many inputs there may be; what a file holds beyond that is kept.
+void VirtSignDialog::limitInputs(std::size_t loaded) {
+    const std::size_t most = std::max<std::size_t>(method().maxInputs(), loaded);
+    inputFrame_.set_visible(most > 0);
+    inputFrame_.set_no_show_all(most == 0);
+    const double lowest = most > 0 ? 1 : 0;
+    inputCount_.set_range(lowest, static_cast<double>(most));
+    inputCount_.set_sensitive(most > 1);
+    if (loaded > 0) inputCount_.set_value(static_cast<double>(loaded));
+    setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int()));
+}
+
+void VirtSignDialog::setInputCount(std::size_t count) {
+    while (inputs_.size() > count)
+        inputs_.pop_back();
+    while (inputs_.size() < count) {
+        auto row = std::make_unique<EntrySignal>(
+            RowText{format("signal_%02lu", static_cast<unsigned long>(inputs_.size() + 1)),
+                    kSignalHint, "Select input signal"});
+        row->setCompletion(signalPaths_, columns_);
+        placeRow(inputGrid_, static_cast<int>(inputs_.size()), *row);
+        inputs_.push_back(std::move(row));
+    }
+}
+
+void VirtSignDialog::showCommonRows(bool show) {
+    commonGrid_.set_visible(show);
+    commonButton_.set_label(show ? "Hide common options" : "Show common options");
+}
+
+void VirtSignDialog::clearForm() {
+    name_.clear();
+    unit_.clear();
+    for (const auto& entry : methods_) {
+        entry->clearRows();
+        entry->showDefaults();
+    }
+    for (const auto& row : commonRows_) {
+        row->clear();
+        row->showDefault();
+    }
+    for (const auto& row : inputs_)
+        row->clear();
+}
+
+// The titles differ so that the state of the form can be seen.
+void VirtSignDialog::present(const char* title) {
+    set_title(title);
+    deleteButton_.set_sensitive(!editedName_.empty());
+    duplicateButton_.set_sensitive(!editedName_.empty());
+    Gtk::Window::present();
+}
+
+void VirtSignDialog::fillCompletions() {
+    signalPaths_->clear();
+    for (const auto& [number, interface] : store_.interfaces) {
+        if (number > kVirtualInterface) break;
+        for (const auto& [id, message] : interface->messages)
+            for (const auto& signal : message->signals) {
+                if (signal->internalOnly || signal->fullName == editedName_) continue;
+                (*signalPaths_->append())[columns_.path] =
+                    interface->name + "." + message->name + "." + signal->name;
+            }
+    }
+}
+
+void VirtSignDialog::openHelp(const std::string& topic) {
+    const std::string uri = std::string("file://") + kHelpFolder + topic + "/index.html";
+    GError* error = nullptr;
+    if (gtk_show_uri_on_window(gobj(), uri.c_str(), GDK_CURRENT_TIME, &error) != FALSE) return;
+    report(Level::kWarning, error != nullptr ? error->message : "Could not open the help");
+    g_clear_error(&error);
+}
+
+bool VirtSignDialog::on_key_press_event(GdkEventKey* event) {
+    const bool isS = event->keyval == GDK_KEY_s || event->keyval == GDK_KEY_S;
+    if (isS && (event->state & GDK_CONTROL_MASK) != 0) {
+        saveChanges();
+        return true;
+    }
+    return Gtk::Window::on_key_press_event(event);
+}
+
+// ---- opening
+
+void VirtSignDialog::newSignal(const std::string& messageName) {
+    forgetEdited();
+    vsdFile_ = settings_.getVsdFile();
+    fillCompletions();
+    clearForm();
+    methodChoice_.set_active(0);
+    limitInputs(0);
+    if (!messageName.empty()) name_.setValue(messageName + ".new_signal");
+    present("New virtual signal");
+}
+
+void VirtSignDialog::duplicate() {
+    name_.setValue(name_.value() + "_copy");
+    forgetEdited();
+    vsdFile_ = settings_.getVsdFile();
+    present("New virtual signal");
+}
+
+void VirtSignDialog::editSignal(const std::shared_ptr<Signal>& signal) {
+    auto definition = std::dynamic_pointer_cast<VirtualSignal>(signal);
+    if (!definition) {
+        report(Level::kError, "trying to edit non-virtual signal");
+        return;
+    }
+    // Behind a smoothing window stands the signal that the file defines.
+    if (const auto source = std::dynamic_pointer_cast<VirtualSignal>(definition->smoothedSource))
+        definition = source;
+    try {
+        openGroup(signal, definition);
+        return;
+    } catch (const Glib::Exception&) {  // NOLINT(bugprone-empty-catch): told below
+    } catch (const std::exception&) {   // NOLINT(bugprone-empty-catch): told below
+    }
+    report(Level::kWarning, "Unexpected error when opening signal");
+    forgetEdited();
+    hide();
+}
+
+}  // namespace trelis
