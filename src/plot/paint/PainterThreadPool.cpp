@@ -76,31 +76,35 @@ void PainterThread::run() {
     pthread_setname_np(pthread_self(), "PainterThread");
     std::unique_lock lock(mutex_);
     while (!stop_) {
-        cancel_ = false;
-        ongoing_ = false;
+        // A task may have been assigned before this thread came to run.
         queueNews_ = false;
-        if (!pool_.fetchNext(number_)) {
+        if (!ongoing_ && !pool_.fetchNext(number_)) {
             idle_.notify_all();
             wake_.wait(lock, [this] { return stop_ || ongoing_ || queueNews_; });
+            if (stop_) return;
+            if (!ongoing_) continue;
         }
-        if (stop_) return;
-        if (cancel_ || (queueNews_ && !ongoing_)) {
-            task_.reset();
-            continue;
+        if (!task_) reportFatal("ongoing should be set here");
+        if (!cancel_) {
+            std::shared_ptr<PainterTask> task = std::move(task_);
+            lock.unlock();
+            paint(std::move(task));
+            lock.lock();
         }
-        if (!ongoing_) reportFatal("ongoing should be set here");
-        std::shared_ptr<PainterTask> task = std::move(task_);
-        lock.unlock();
-        try {
-            paintTask(*task, cancel_);
-        } catch (const std::exception& error) {  // out of memory: the others are still drawn
-            report(Level::kError, format("Exception: %s", error.what()));
-        }
-        PainterThreadPoolUser* const user = task->user;
-        if (!cancel_) user->onPainterDone(std::move(task));
-        task.reset();
-        lock.lock();
+        task_.reset();
+        cancel_ = false;
+        ongoing_ = false;
     }
+}
+
+void PainterThread::paint(std::shared_ptr<PainterTask> task) {
+    try {
+        paintTask(*task, cancel_);
+    } catch (const std::exception& error) {  // out of memory: the others are still drawn
+        report(Level::kError, format("Exception: %s", error.what()));
+    }
+    PainterThreadPoolUser* const user = task->user;
+    if (!cancel_) user->onPainterDone(std::move(task));
 }
 
 PainterThreadPool::PainterThreadPool(int threads) {
@@ -114,14 +118,21 @@ PainterThreadPool::~PainterThreadPool() {
 }
 
 void PainterThreadPool::addTask(std::shared_ptr<PainterTask> task) {
-    for (const auto& thread : threads_)
-        if (thread->assignWork(task)) return;
+    // While older tasks wait, a thread that has just become free must not take this one first.
+    if (!hasWaiting())
+        for (const auto& thread : threads_)
+            if (thread->assignWork(task)) return;
     {
         const std::lock_guard lock(queueMutex_);
         queue_.push_back(std::move(task));
     }
     for (const auto& thread : threads_)
         thread->lookAtQueue();
+}
+
+bool PainterThreadPool::hasWaiting() {
+    const std::lock_guard lock(queueMutex_);
+    return !queue_.empty();
 }
 
 void PainterThreadPool::cancelAll() {

@@ -42,6 +42,7 @@ class PainterThread {
 
   private:
     void run();
+    void paint(std::shared_ptr<PainterTask> task);
     [[nodiscard]] bool isOwnThread() const {
         return thread_.get_id() == std::this_thread::get_id();
     }
@@ -84,6 +85,8 @@ class PainterThreadPool {
     bool fetchNext(int threadNumber);
 
   private:
+    bool hasWaiting();
+
     std::mutex queueMutex_;  // guards queue_
     std::deque<std::shared_ptr<PainterTask>> queue_;
     std::vector<std::unique_ptr<PainterThread>> threads_;

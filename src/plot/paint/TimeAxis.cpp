@@ -1,10 +1,13 @@
 #include "plot/paint/TimeAxis.h"
 
 #include <cmath>
+#include <limits>
 
 namespace trelis {
 
 std::uint64_t TimeAxis::columnEnd(int column) const {
+    // What lies behind the image is all one column.
+    if (column >= width) return std::numeric_limits<std::uint64_t>::max();
     // A guess by the inverse mapping, then the few steps that rounding can be off. The mapping
     // never falls with time, so the first time beyond the column is well defined.
     const double perColumn = static_cast<double>(end - start) / spanColumns;

@@ -25,7 +25,7 @@ struct TimeAxis {
     [[nodiscard]] int wholeColumn(std::uint64_t time) const {
         return static_cast<int>(timeToColumn(time));
     }
-    /// The first time whose whole column is above `column`, which is below `width`.
+    /// The first time whose whole column is above `column`; the highest number behind the image.
     [[nodiscard]] std::uint64_t columnEnd(int column) const;
 };
 
