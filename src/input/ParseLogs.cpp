@@ -315,13 +315,20 @@ void decodeLogs(Store& store) {
             takeBounds(store);
         }
     }
-    finisher.finish();
+    // A computation that fails must not hide what was read.
+    std::exception_ptr failure;
+    try {
+        finisher.finish();
+    } catch (...) {
+        failure = std::current_exception();
+    }
     for (const auto& rate : store.bitRates)
         if (rate) rate->flushSamples();
     store.progress = -1;
     store.emitStatus();
     store.recount();
     store.emitData();
+    if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace

@@ -309,6 +309,9 @@ void Store::clearAll() {
     bitRates.clear();
     highestInterface = 0;
     dbcLoaded = false;
+    vsdLoaded = false;
+    legacyVsd = false;
+    legacyGps = false;
     firstFrame = true;
     firstTime = kNoTime;
     lastTime = 0;
