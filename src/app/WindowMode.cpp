@@ -45,6 +45,16 @@ void fillMessages(Gtk::Dialog& dialog, const std::string& markup) {
     if (auto* button = dialog.get_widget_for_response(Gtk::RESPONSE_OK)) button->grab_focus();
 }
 
+// The link outlives the worker, which tells it of every new time base.
+std::shared_ptr<IPC> makeLink(Store& store) {
+    auto link = std::make_shared<IPC>();
+    link->enable();
+    store.hooks.timeBaseListener = [link](std::uint64_t time, std::uint64_t base) {
+        link->addOffset(static_cast<std::int64_t>(time), static_cast<std::int64_t>(base));
+    };
+    return link;
+}
+
 bool hasDisplay() {
     if (gtk_init_check(nullptr, nullptr) != FALSE) return true;
     report(Level::kError, "Can not open a window, there is no display");
@@ -73,14 +83,14 @@ void installMessagePresenter() {
     MessageLog::instance().setPresenter(presentMessages);
 }
 
-int runWindow(Store& store, int argc, char** argv) {
+int runWindow(Store& store, bool link, int argc, char** argv) {
     gtk_disable_setlocale();
     if (!hasDisplay()) return kFailed;
     installMessagePresenter();
     argc = 1;  // the toolkit has no part in the arguments
     const auto application = Gtk::Application::create(argc, argv, "", Gio::APPLICATION_NON_UNIQUE);
     const auto window = createMainWindow(store);
-    ToolWindows tools(store, Settings::instance(), *window);
+    ToolWindows tools(store, Settings::instance(), *window, link ? makeLink(store) : nullptr);
 
     bool failed = false;
     auto fatal = store.fatalError.connect([&] {

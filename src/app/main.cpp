@@ -21,6 +21,7 @@
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "input/CsvImport.h"
+#include "input/DefinitionCheck.h"
 #include "model/builtin/LoggerMessage.h"
 #ifdef SIGMIRA_WITH_GUI
 #include "app/WindowMode.h"
@@ -37,6 +38,7 @@ void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
     readPositionals(store, startUp, argc, argv);
     if (store.csvMode) prepareCsvImport(store);
     if (store.dumpAsc) return;
+    store.tolerantDefinitions = startUp.tolerant || Settings::instance().getTolerantDefinitions();
     loadDefinitions(store, startUp);
     if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
 }
@@ -61,11 +63,29 @@ int runWithoutWindow(Store& store, const StartUp& startUp) {
         if (ProgressLine::isWelcome(startUp.showProgress)) line.emplace(store);
         whole = store.parseNow();
     }
-    // A run over files that was stopped has no end results; one over a connection ends so.
+    // A run over files that was stopped has no end results; one over a connection ends so. A run
+    // that failed has none either: half of them would pass for all.
     const int stopped = signals.exitStatus();
-    if (stopped == 0 || store.liveMode) printResults(store, startUp.printHeaders, std::cout);
+    if (whole && (stopped == 0 || store.liveMode))
+        printResults(store, startUp.printHeaders, std::cout);
     if (stopped != 0) return stopped;
     return outputIsWhole() && whole ? 0 : kFailed;
+}
+
+// Lists what the definition readers pass over, of the files given or else of those used last.
+int runCheck(Store& store, StartUp& startUp, int argc, char** argv) {
+    readPositionals(store, startUp, argc, argv);
+    if (startUp.dbcArgument.empty() && startUp.vsdArgument.empty()) {
+        Settings& settings = Settings::instance();
+        if (settings.getDbFile() != kNoFile) startUp.dbcArgument = settings.getDbFile();
+        if (settings.getVsdFile() != kNoFile) startUp.vsdArgument = settings.getVsdFile();
+    }
+    if (startUp.dbcArgument.empty() && startUp.vsdArgument.empty()) {
+        report(Level::kWarning, "Nothing to check, give a DBC or VSD file by -d or -f");
+        return kFailed;
+    }
+    const int status = checkDefinitions(store, startUp.dbcArgument, startUp.vsdArgument, std::cout);
+    return outputIsWhole() ? status : kFailed;
 }
 
 int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
@@ -74,7 +94,7 @@ int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
     if (store.noGui) return runWithoutWindow(store, startUp);
     Settings::instance().save();
 #ifdef SIGMIRA_WITH_GUI
-    return runWindow(store, argc, argv);
+    return runWindow(store, startUp.link, argc, argv);
 #else
     report(Level::kError, "This build has no window, see the modes of -h");
     return kFailed;
@@ -96,6 +116,7 @@ int run(Store& store, int argc, char** argv) {
     StartUp startUp;
     try {
         if (const auto status = readOptions(store, startUp, argc, argv)) std::exit(*status);
+        if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));  // saves nothing
         try {
             prepare(store, startUp, argc, argv);
         } catch (const PrintMsgError&) {

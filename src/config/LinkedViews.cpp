@@ -19,8 +19,12 @@ LinkedViews::LinkedViews(IPC& link, Store& store, TimeBox& timeBox, RulerTaker t
 void LinkedViews::onLinkChanged() {
     const std::int64_t left = link_.firstCursor();
     const std::int64_t right = link_.secondCursor();
-    if (takeRulers_ && (left != store_.leftRuler || right != store_.rightRuler))
-        takeRulers_(left, right);
+    if (left != store_.leftRuler || right != store_.rightRuler) {
+        store_.leftRuler = left;
+        store_.rightRuler = right;
+        if (takeRulers_) takeRulers_(left, right);
+        store_.rulersChanged.emit();
+    }
     const auto view = link_.view();
     if (!view) return;
     timeBox_.setInterval(view->start, view->end, false);

@@ -230,8 +230,13 @@ void VirtSignDialog::clearForm() {
         row->clear();
         row->showDefault();
     }
-    for (const auto& row : inputs_)
-        row->clear();
+    inputs_.clear();
+    inputCount_.set_value(1);
+}
+
+void VirtSignDialog::forgetEdited() {
+    editedName_.clear();
+    editedGroup_.clear();
 }
 
 // The titles differ so that the state of the form can be seen.
