@@ -74,6 +74,7 @@ int runWithoutWindow(Store& store, const StartUp& startUp) {
 
 // Lists what the definition readers pass over, of the files given or else of those used last.
 int runCheck(Store& store, StartUp& startUp, int argc, char** argv) {
+    addLoggerInterface(store);
     readPositionals(store, startUp, argc, argv);
     if (startUp.dbcArgument.empty() && startUp.vsdArgument.empty()) {
         Settings& settings = Settings::instance();
