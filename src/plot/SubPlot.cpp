@@ -225,7 +225,7 @@ bool SubPlot::hasBothRulers() const {
 
 void SubPlot::crop() {
     if (hasBothRulers()) {
-        const auto [low, high] = std::minmax(store_.leftRuler.load(), store_.rightRuler.load());
+        const auto [low, high] = std::minmax({store_.leftRuler.load(), store_.rightRuler.load()});
         timeBox_.setInterval(static_cast<std::uint64_t>(low), static_cast<std::uint64_t>(high),
                              true);
     }
@@ -253,7 +253,7 @@ void SubPlot::publishRulers() {
 void SubPlot::copySignals() {
     if (store_.waitingForWork()) return;
     if (hasBothRulers()) {
-        const auto [low, high] = std::minmax(store_.leftRuler.load(), store_.rightRuler.load());
+        const auto [low, high] = std::minmax({store_.leftRuler.load(), store_.rightRuler.load()});
         host_.showSampleTable(static_cast<std::uint64_t>(low), static_cast<std::uint64_t>(high));
     } else {
         host_.showSampleTable(view().start, view().end);
@@ -299,7 +299,7 @@ void SubPlot::dumpToAsc() {
     if (file.empty()) return;
     TimeSpan span{timeBox_.start, timeBox_.end};
     if (hasBothRulers()) {
-        const auto [low, high] = std::minmax(store_.leftRuler.load(), store_.rightRuler.load());
+        const auto [low, high] = std::minmax({store_.leftRuler.load(), store_.rightRuler.load()});
         span = {static_cast<std::uint64_t>(low), static_cast<std::uint64_t>(high)};
     }
     if (span.end == 0) span = {0, std::numeric_limits<std::int64_t>::max()};
