@@ -85,8 +85,8 @@ double Average::inputValue(double value) const {
 
 void Average::calculate() {
     if (!inputsReady()) return;
-    auto samples = unread_.open(*input, inputIndex_);
-    const std::size_t count = samples.size();
+    const auto unread = unread_.open(*input, inputIndex_);
+    auto samples = unread;
     {
         BatchLock lock(*mutex);
         while (fillWindow(samples)) {
@@ -108,7 +108,7 @@ void Average::calculate() {
             windowEnd_ += step_;
         }
     }
-    inputIndex_ += count - samples.size();
+    inputIndex_ += finalSamples(*input, unread, unread.size() - samples.size());
     unread_.close();
 }
 

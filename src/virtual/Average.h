@@ -39,7 +39,7 @@ class Average final : public VirtualSignal {
 
     /// Most steps within gaps of the input that one signal takes. A window of days over a damaged
     /// clock would otherwise step through centuries.
-    static constexpr std::uint64_t kMostGapSteps = 500'000'000;
+    static constexpr std::uint64_t kMostGapSteps = 200'000'000;
 
   private:
     /// Stretches of one sample each: `count` of them with the same duration and area, one behind

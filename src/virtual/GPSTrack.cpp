@@ -33,9 +33,11 @@ std::string fixed(double value, int decimals) {
 
 // The time as XML wants it, in UTC. `valid` becomes false for a time that no calendar has.
 std::string xmlTime(std::uint64_t ms, bool& valid) {
+    constexpr std::time_t kYear10000 = 253402300800;
     std::tm date{};
+    date.tm_mday = 1;
     const auto seconds = static_cast<std::time_t>(ms / 1000);
-    if (gmtime_r(&seconds, &date) == nullptr) valid = false;
+    if (seconds >= kYear10000 || gmtime_r(&seconds, &date) == nullptr) valid = false;
     const auto part = [](int value) { return static_cast<unsigned>(value); };
     return format("%04u-%02u-%02uT%02u:%02u:%02u", part(date.tm_year) + 1900U,
                   part(date.tm_mon) + 1U, part(date.tm_mday), part(date.tm_hour), part(date.tm_min),

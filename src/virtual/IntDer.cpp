@@ -71,15 +71,17 @@ void IntDer::calculate() {
     }
     const auto samples = unreadInput_.open(*input, inputIndex_, end);
     const std::size_t resetCount = resets.size();
+    std::size_t read = 0;
     {
         BatchLock lock(*mutex);
         for (const Sample& sample : samples) {
             if (resetSignal && sample.time > end) break;
             integrate(sample, resets);
-            ++inputIndex_;
+            ++read;
             lock.tick();
         }
     }
+    inputIndex_ += finalSamples(*input, samples, read);
     resetIndex_ += resetCount - resets.size();
     unreadInput_.close();
     unreadResets_.close();

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
-#include <unordered_map>
 
 #include "model/ParseNumber.h"
 
@@ -17,48 +16,49 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 // A node while the file is read: children are a list in the order of the file.
 struct DraftNode {
     double value = 0.0;
+    std::uint32_t parent = 0;
     std::uint32_t firstChild = kNone;
     std::uint32_t lastChild = kNone;
     std::uint32_t nextSibling = kNone;
     std::uint32_t childCount = 0;
 };
 
-struct ChildKey {
-    std::uint32_t parent = 0;
-    std::uint64_t value = 0;
-
-    bool operator==(const ChildKey&) const = default;
-};
-
-struct ChildKeyHash {
-    std::size_t operator()(const ChildKey& key) const {
-        std::uint64_t hash = (key.value ^ key.parent) * 0x9E3779B97F4A7C15U;
-        hash ^= hash >> 32U;
-        return hash * 0x9E3779B97F4A7C15U + key.parent;
-    }
-};
-
-// Merges rows into a tree. Children are found by a hash: searching among them one by one would take
-// the square of the number of rows.
+// Merges rows into a tree. Children are found in a hash table, with open addressing: searching
+// among them one by one would take the square of the number of rows.
 class Draft {
   public:
-    Draft() : nodes_(1) {}
+    Draft() : nodes_(1), slots_(kFirstSlots, kNone) {}
 
     std::uint32_t childOf(std::uint32_t parent, double value) {
         const double key = value == 0.0 ? 0.0 : value;  // the two zeros are equal
-        const auto [found, isNew] =
-            index_.try_emplace({parent, std::bit_cast<std::uint64_t>(key)}, kNone);
-        if (isNew) found->second = append(parent, value);
-        return found->second;
+        for (std::size_t slot = slotOf(parent, key);; slot = (slot + 1) & (slots_.size() - 1)) {
+            if (slots_[slot] == kNone) {
+                slots_[slot] = append(parent, key);
+                if (nodes_.size() * 2 > slots_.size()) grow();
+                return static_cast<std::uint32_t>(nodes_.size() - 1);
+            }
+            const DraftNode& node = nodes_[slots_[slot]];
+            if (node.parent == parent && node.value == key) return slots_[slot];
+        }
     }
     [[nodiscard]] const std::vector<DraftNode>& nodes() const { return nodes_; }
 
   private:
+    static constexpr std::size_t kFirstSlots = 64;
+
+    // The finalizer of MurmurHash3 (public domain): every bit of the key reaches the low bits.
+    [[nodiscard]] std::size_t slotOf(std::uint32_t parent, double value) const {
+        std::uint64_t hash = std::bit_cast<std::uint64_t>(value) + parent * 0x9E3779B97F4A7C15U;
+        hash = (hash ^ hash >> 33U) * 0xFF51AFD7ED558CCDU;
+        hash = (hash ^ hash >> 33U) * 0xC4CEB9FE1A85EC53U;
+        return (hash ^ hash >> 33U) & (slots_.size() - 1);
+    }
+
     std::uint32_t append(std::uint32_t parent, double value) {
         if (nodes_.size() > LookupTree::kMostNodes)
             throw std::invalid_argument("Lookup table is too large");
         const auto added = static_cast<std::uint32_t>(nodes_.size());
-        nodes_.push_back({.value = value});
+        nodes_.push_back({.value = value, .parent = parent});
         DraftNode& owner = nodes_[parent];
         if (owner.childCount++ == 0)
             owner.firstChild = added;
@@ -68,8 +68,18 @@ class Draft {
         return added;
     }
 
-    std::vector<DraftNode> nodes_;
-    std::unordered_map<ChildKey, std::uint32_t, ChildKeyHash> index_;
+    void grow() {
+        slots_.assign(slots_.size() * 2, kNone);
+        for (std::uint32_t i = 1; i < nodes_.size(); ++i) {
+            std::size_t slot = slotOf(nodes_[i].parent, nodes_[i].value);
+            while (slots_[slot] != kNone)
+                slot = (slot + 1) & (slots_.size() - 1);
+            slots_[slot] = i;
+        }
+    }
+
+    std::vector<DraftNode> nodes_;  // the root first
+    std::vector<std::uint32_t> slots_;
 };
 
 void addRow(Draft& draft, std::string_view line, unsigned columns) {

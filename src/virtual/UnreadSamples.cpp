@@ -28,6 +28,11 @@ void UnreadSamples::close() {
     if (copy_.capacity() > kUsual) copy_ = {};
 }
 
+std::size_t finalSamples(const Signal& signal, std::span<const Sample> unread, std::size_t read) {
+    const bool mayChange = signal.context().liveMode && read != 0 && read == unread.size();
+    return mayChange ? read - 1 : read;
+}
+
 std::optional<std::uint64_t> firstSampleTime(const Signal& signal) {
     const std::lock_guard lock(*signal.mutex);
     if (!signal.hasData || signal.samples().empty()) return std::nullopt;

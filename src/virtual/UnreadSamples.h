@@ -33,6 +33,11 @@ class UnreadSamples {
     std::vector<Sample> copy_;
 };
 
+/// How many of the samples that were read need not be read again. During a live run the last sample
+/// of an array is an end marker that moves, or becomes a sample of another value; so it is read
+/// once more, which adds nothing if it is still the same.
+std::size_t finalSamples(const Signal& signal, std::span<const Sample> unread, std::size_t read);
+
 /// Times in ms of the samples that a signal holds; empty if it holds none. Locks its mutex.
 std::optional<std::uint64_t> firstSampleTime(const Signal& signal);
 std::optional<std::uint64_t> lastSampleTime(const Signal& signal);

@@ -1,0 +1,296 @@
+#include "virtual/MathParser.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <string>
+
+#include "TestModel.h"
+
+namespace trelis {
+namespace {
+
+using test::TestModel;
+
+// The value, or the text of what went wrong.
+std::string resultOf(const std::string& expression) {
+    static_cast<void>(TestModel::messages());
+    MathParser parser;
+    try {
+        return std::to_string(parser.evaluate(parser.toPostfix(parser.tokenize(expression))));
+    } catch (const PrintMsgError&) {
+        return "told: " + TestModel::messages().back();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
+std::string postfixOf(const std::string& expression) {
+    MathParser parser;
+    std::string text;
+    for (const auto& token : parser.toPostfix(parser.tokenize(expression)))
+        text += (text.empty() ? "" : " ") + token.text;
+    return text;
+}
+
+struct Case {
+    const char* expression;
+    const char* result;
+};
+
+TEST(MathParserTest, computesByRankAndSide) {
+    for (const auto& [expression, result] : {
+             Case{"2+3*4", "14.000000"},
+             {"2^3^2", "512.000000"},
+             {"2*3^2", "18.000000"},
+             {"10-4-3", "3.000000"},
+             {"16/4/2", "2.000000"},
+             {"7%3", "1.000000"},
+             {"-7%3", "-1.000000"},
+             {"1<2&&3>2", "1.000000"},
+             {"1+1==2", "1.000000"},
+             {"2<=1||3>=3", "1.000000"},
+             {"1!=1", "0.000000"},
+             {"2=>1", "Failed to parse expression, check for errors around character 1 (=)"},
+             {"4 -1", "3.000000"},
+             {"4 - -1", "5.000000"},
+             {"(1+2)*3", "9.000000"},
+             {"  ( 1 )\t", "1.000000"},
+             {"sqrt(16)+abs(0-3)", "7.000000"},
+             {"floor(2.7)+ceil(2.1)", "5.000000"},
+             {"floor(4503599627370497)", "4503599627370497.000000"},
+             {"sin(30)", "0.500000"},
+             {"asin(1)", "90.000000"},
+             {"atan(1)", "45.000000"},
+             {"exp(0)", "1.000000"},
+             {"1/0", "inf"},
+         })
+        EXPECT_EQ(resultOf(expression), result) << expression;
+}
+
+TEST(MathParserTest, keepsItsPeculiarities) {
+    for (const auto& [expression, result] : {
+             Case{"log(100)", "2.000000"},  // to base 10
+             // The second argument is the y of the mathematics library.
+             {"atan2(1,0)", "0.000000"},
+             {"atan2(0,1)", "90.000000"},
+             // A comma leaves the operators of its argument waiting.
+             {"max(5-1,5)", "5.000000"},
+             {"max(1+1,1)", "2.000000"},
+             {"min(5-1,2)", "-1.000000"},
+             {"min((5-1),2)", "2.000000"},
+             // A minus is a sign only right before a digit.
+             {"-sin(1)", "told: Could not convert - to a number"},
+             {"-(1)", "told: Could not convert - to a number"},
+             {"0-sin(0)", "0.000000"},
+             {"2--3", "5.000000"},
+             {"(-3)", "-3.000000"},
+             {"max(-3,-4)", "-3.000000"},
+             // Behind the second point the rest of a number is dropped.
+             {"1.2.3", "1.200000"},
+             {".5", "Failed to parse expression, check for errors around character 0 (.)"},
+         })
+        EXPECT_EQ(resultOf(expression), result) << expression;
+    EXPECT_EQ(postfixOf("max(1+1,1)"), "1 1 1 + max");
+    EXPECT_EQ(postfixOf("max((1+1),1)"), "1 1 + 1 max");
+
+    MathParser parser;
+    // pi has the six decimals that "%f" prints.
+    EXPECT_EQ(parser.evaluate(parser.toPostfix(parser.tokenize("pi"))), 3.141593);
+    EXPECT_EQ(resultOf("1."), "1.000000");
+    EXPECT_EQ(TestModel::messages(),
+              std::vector<std::string>{"Missing decimal number(s) in '1.', adding 0"});
+}
+
+TEST(MathParserTest, tellsWhatIsWrong) {
+    const std::string huge(400, '9');
+    for (const auto& [expression, result] : {
+             Case{"2 3", "Invalid expression: Check for missing operators"},
+             {"", "Invalid expression: Check for missing operators"},
+             {"2+", "Invalid expression: not enough operands for operator: +"},
+             {"max(1)", "Invalid expression, too few arguments to max"},
+             {"sin 30", "Invalid expression, too few arguments to sin"},
+             {"(1+2", "Expression has mismatched parentheses"},
+             {"1+2)", "Expression has mismatched parentheses"},
+             {"a+1", "Failed to parse expression, check for errors around character 0 (a)"},
+             {"$1+1", "Failed to parse expression, check for errors around character 0 ($)"},
+             {"1 + \xC3\xA9",
+              "Failed to parse expression, check for errors around character 4 "
+              "(\xC3\xA9)"},
+             {"1 + \xC3",
+              "Failed to parse expression, check for errors around character 4 "
+              "(\xC3\x83)"},
+         })
+        EXPECT_EQ(resultOf(expression), result) << expression;
+    EXPECT_EQ(resultOf(huge), "told: Could not convert " + huge.substr(0, 60) + "... to a number");
+}
+
+TEST(MathParserTest, takesTheLongestSymbolAndFunctionsFirst) {
+    MathParser parser;
+    int data = 0;
+    parser.registerFunction("sinus", 0, &data);
+    EXPECT_EQ(parser.tokenize("sinus").front().text, "sinus");
+    EXPECT_EQ(parser.tokenize("sin(1)").front().text, "sin");
+    EXPECT_EQ(parser.tokenize("1<=2").size(), 3U);
+    parser.registerFunction("p", 0, &data);  // shorter than the constant
+    EXPECT_EQ(parser.tokenize("pi").front().type, MathParser::TokenType::kNumber);
+
+    for (const auto& [name, end] :
+         {Case{"sin", ""}, {"sinus", ""}, {"pi", " as a constant"}, {"&&", " as an operator"}}) {
+        try {
+            parser.registerFunction(name, 0, nullptr);
+            ADD_FAILURE() << name;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(error.what(),
+                      std::string("Registered function '") + name + "' already exists" + end);
+        }
+    }
+    EXPECT_THROW(static_cast<void>(parser.evaluate(parser.toPostfix(parser.tokenize("sinus")))),
+                 std::runtime_error);
+}
+
+TEST(MathParserTest, survivesHugeExpressions) {
+    constexpr std::size_t kDepth = 10000;
+    const std::string open(kDepth, '(');
+    const std::string close(kDepth, ')');
+    EXPECT_EQ(resultOf(open + "1" + close), "1.000000");
+    EXPECT_EQ(resultOf(open + "1"), "Expression has mismatched parentheses");
+    std::string nested = "1";
+    for (std::size_t i = 0; i < kDepth; ++i)
+        nested = "abs(" + nested;
+    EXPECT_EQ(resultOf(nested + close), "1.000000");
+    std::string sum = "1";
+    while (sum.size() < 1'000'000)
+        sum += "+1";
+    EXPECT_EQ(resultOf(sum), "500001.000000");
+    std::string powers = "1";
+    while (powers.size() < 1'000'000)
+        powers += "^1";
+    EXPECT_EQ(resultOf(powers), "1.000000");
+}
+
+// ---- formulas over signals
+
+class Reference : public MathParser {
+  public:
+    std::vector<double> values;
+
+  private:
+    double customFunction(const std::list<double>& /*arguments*/, void* data) override {
+        return values[*static_cast<const std::size_t*>(data)];
+    }
+};
+
+std::string randomExpression(std::mt19937& generator, int depth) {
+    const auto pick = [&](unsigned count) { return generator() % count; };
+    const auto part = [&] { return randomExpression(generator, depth - 1); };
+    if (depth == 0)
+        return pick(3) == 0 ? std::to_string(pick(1000)) + ".5"
+                            : "$0" + std::to_string(1 + pick(3));
+    static constexpr const char* kOperators[] = {"+",  "-", "*",  "/",  "%",  "^",  "<",
+                                                 "<=", ">", ">=", "==", "!=", "&&", "||"};
+    static constexpr const char* kUnary[] = {"sin", "cos",  "tan", "asin", "acos",  "atan",
+                                             "log", "sqrt", "abs", "exp",  "floor", "ceil"};
+    static constexpr const char* kBinary[] = {"max", "min", "atan2"};
+    switch (pick(4)) {
+        case 0:
+            return std::string(kUnary[pick(12)]) + "(" + part() + ")";
+        case 1:
+            return std::string(kBinary[pick(3)]) + "(" + part() + "," + part() + ")";
+        case 2:
+            return "(" + part() + kOperators[pick(14)] + part() + ")";
+        default:
+            return part() + kOperators[pick(14)] + part();
+    }
+}
+
+// The block evaluator against the plain one, step by step.
+TEST(CustomMathTest, agreesWithThePlainEvaluator) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 generator(seed);
+    constexpr std::size_t kSteps = 600;  // more than two blocks
+    for (int round = 0; round < 60; ++round) {
+        const std::string expression = randomExpression(generator, 1 + round % 5);
+        SCOPED_TRACE(expression);
+        TestModel model;
+        std::vector<std::vector<double>> columns(3, std::vector<double>(kSteps));
+        std::string lines = "method=expression\nstep=100\nradians=true\nexpr=" + expression;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            for (double& value : columns[i])
+                value = static_cast<int>(generator() % 200) - 100;
+            model.feedSteps("s" + std::to_string(i), columns[i]);
+            lines += "\nsignal_0" + std::to_string(i + 1) + "=Can.In.s" + std::to_string(i);
+        }
+        const auto signal = model.compute(lines);
+
+        Reference reference;
+        reference.radians = true;
+        std::vector<std::size_t> indices = {0, 1, 2};
+        for (std::size_t& index : indices)
+            reference.registerFunction("$0" + std::to_string(index + 1), 0, &index);
+        const auto postfix = reference.toPostfix(reference.tokenize(expression));
+        double held = std::nan("");
+        for (std::size_t i = 0; i < kSteps; ++i) {
+            reference.values = {columns[0][i], columns[1][i], columns[2][i]};
+            const double value = reference.evaluate(postfix);
+            // The storage takes a NaN for unchanged, and the first value as it is.
+            if (i == 0 || value < held || value > held) held = value;
+            const double got = signal->valueAt(test::kStart + i * 100);
+            ASSERT_TRUE(got == held || (std::isnan(got) && std::isnan(held)))
+                << i << ": " << got << " " << held;
+        }
+    }
+}
+
+TEST(CustomMathTest, readsItsInputsByNumber) {
+    TestModel model;
+    std::string lines = "method=expression\nstep=100\nexpr=$01*2+$12";
+    for (int i = 1; i <= 12; ++i) {
+        model.feedSteps("s" + std::to_string(i), {1.0 * i, 2.0 * i});
+        lines += (i < 10 ? "\nsignal_0" : "\nsignal_") + std::to_string(i) + "=Can.In.s" +
+                 std::to_string(i);
+    }
+    EXPECT_EQ(test::valuesAtSteps(*model.compute(lines), 2), (std::vector<double>{14, 28}));
+}
+
+TEST(CustomMathTest, readsAngleOptionAndBothSpellings) {
+    TestModel model;
+    model.feedSteps("s", {1, 2});
+    const std::string head = "method=expression\nstep=100\nsignal_01=Can.In.s\n";
+    EXPECT_NEAR(model.compute(head + "expression=sin($01*30)")->valueAt(test::kStart), 0.5, 1e-12);
+    TestModel other;
+    other.feedSteps("s", {1, 2});
+    EXPECT_NEAR(
+        other.compute(head + "radians=true\nexpr=sin($01)\nexpression=1")->valueAt(test::kStart),
+        std::sin(1.0), 1e-12);
+}
+
+// Deliberate: an input that the formula does not mention still says when there are steps.
+TEST(CustomMathTest, waitsForInputsThatItDoesNotMention) {
+    TestModel model;
+    model.feed("a", {{0, 1}, {1000, 2}});
+    model.feed("b", {{500, 1}, {1000, 2}});
+    const auto signal = model.compute(
+        "method=expression\nstep=100\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nexpr=$01");
+    ASSERT_FALSE(signal->samples().empty());
+    EXPECT_EQ(test::stored(*signal).front().first, 500U);
+}
+
+TEST(CustomMathTest, computesHugeFormulas) {
+    TestModel model;
+    model.feedSteps("s", std::vector<double>(20, 1.5));
+    std::string sum = "$01";
+    while (sum.size() < 200'000)
+        sum += "+$01*1";
+    const std::string head = "method=expression\nstep=100\nsignal_01=Can.In.s\nexpr=";
+    const double terms = static_cast<double>((sum.size() - 3) / 6 + 1);
+    EXPECT_EQ(model.compute(head + sum)->valueAt(test::kStart), 1.5 * terms);
+    EXPECT_EQ(TestModel().failure("method=expression\nstep=1\nexpr=1"),
+              "At least one signal_XX= must be defined\n\tYou don't have to use the signal in the "
+              "expression, but Sigmira\n\tneeds it to know when to plot the expression.");
+}
+
+}  // namespace
+}  // namespace trelis

@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <random>
+
+#include "TestModel.h"
+#include "virtual/CustomSignal.h"
+
+namespace trelis {
+namespace {
+
+using test::kStart;
+using test::stored;
+using test::TestModel;
+using Samples = std::vector<std::pair<std::uint64_t, double>>;
+
+const std::string kSum = "method=sum\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nstep=100\n";
+
+// Notes every step: its time and what the inputs hold.
+class Recorder : public CustomSignal {
+  public:
+    Recorder(TestModel& model, std::uint32_t stepMs, std::initializer_list<const char*> names)
+        : CustomSignal(model.virtualMessage, "recorder", stepMs) {
+        for (const char* source : names)
+            inputs.emplace_back(model.input(source));
+    }
+    void calculateStep() override {
+        steps.push_back(curTime - kStart);
+        for (const auto& input : inputs)
+            held.push_back(input.heldValue);
+    }
+
+    std::vector<std::uint64_t> steps;
+    std::vector<double> held;
+};
+
+TEST(StepLoopTest, beginsWhenAllInputsHaveData) {
+    TestModel model;
+    model.feed("a", {{0, 1}, {1000, 2}, {2000, 3}});
+    Recorder recorder(model, 500, {"a", "b"});
+    recorder.calculate();
+    EXPECT_FALSE(recorder.started);
+    model.feed("b", {{700, 10}, {2000, 20}});
+    recorder.calculate();
+    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{700, 1200, 1700}));
+    EXPECT_EQ(recorder.held, (std::vector<double>{1, 10, 2, 10, 2, 10}));
+}
+
+TEST(StepLoopTest, leavesTheTailForLater) {
+    TestModel model;
+    model.feed("a", {{0, 1}, {1000, 2}});
+    model.feed("b", {{0, 10}, {300, 20}, {400, 30}});
+    Recorder recorder(model, 100, {"a", "b"});
+    recorder.calculate();
+    recorder.calculate();
+    // The last sample of b has no successor: its step may still change.
+    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{0, 100, 200, 300}));
+    model.feed("b", {{600, 40}});
+    recorder.calculate();
+    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{0, 100, 200, 300, 400, 500}));
+    EXPECT_EQ(recorder.held.back(), 30);
+}
+
+TEST(StepLoopTest, jumpsOverGapsOnly) {
+    struct Case {
+        std::uint64_t next;  // sample behind the one at 0
+        std::vector<std::uint64_t> steps;
+    };
+    // After the step at 0 the next one would be at 4000.
+    for (const auto& [next, steps] :
+         {Case{14000, {0, 4000, 8000, 12000, 16000}}, Case{14001, {0, 14001, 18001}}}) {
+        TestModel model;
+        for (const char* name : {"a", "b"}) {
+            const auto input = model.input(name);
+            for (const std::uint64_t time : {std::uint64_t{0}, next, next + 6000})
+                input->addSample(kStart + time, static_cast<double>(time));
+        }
+        // b alone has a sample in between, which does not bridge the gap of a.
+        Recorder recorder(model, 4000, {"a", "b"});
+        recorder.calculate();
+        EXPECT_EQ(recorder.steps, steps) << next;
+    }
+}
+
+TEST(StepLoopTest, endsOnDamagedTimes) {
+    constexpr std::uint64_t kLast = ~std::uint64_t{0};
+    for (const std::vector<std::uint64_t>& times : {std::vector<std::uint64_t>{1, kLast},
+                                                    {1, kLast - 5, kLast},
+                                                    {kLast - 9, kLast},
+                                                    {5, 1, kLast, 2, 9},
+                                                    {kStart, kLast / 2 + 9, 3, 4, 5}}) {
+        TestModel model;
+        for (const char* name : {"a", "b"})
+            for (const std::uint64_t time : times)
+                model.input(name)->addSample(time, static_cast<double>(time % 7));
+        for (const char* lines :
+             {"method=sum\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nstep=1\navgWindow=2000\n"
+              "fillEmpty=true",
+              "method=average\nsignal=Can.In.a\nstep=1\nwindow=1",
+              "method=average\nsignal=Can.In.a\nstep=1\nwindow=5000",
+              "method=integrate\nsignal=Can.In.a\nresetSig=Can.In.b\nfillEmpty=true",
+              "method=estimate\nsignal=Can.In.a\nhighLimit=1\nlowLimit=1\nstep=1\n"
+              "fillEmpty=true"}) {
+            model.make(lines)->addUser(nullptr);
+            model.finish();
+            model.virtualMessage->clearMessage();
+            model.virtualMessage->iface = model.virt;
+        }
+    }
+}
+
+// ---- the loop against its definition, step by step
+
+class PlainLoop {
+  public:
+    PlainLoop(std::vector<std::vector<Sample>> inputs, std::uint64_t step)
+        : inputs_(std::move(inputs)),
+          step_(step),
+          positions_(inputs_.size()),
+          held_(inputs_.size()) {}
+
+    std::vector<std::uint64_t> steps;
+    std::vector<double> held;
+
+    void run() {
+        std::uint64_t time = 0;
+        for (const auto& samples : inputs_)
+            time = std::max(time, samples.front().time);
+        for (;;) {
+            for (std::size_t i = 0; i < inputs_.size(); ++i)
+                while (positions_[i] < inputs_[i].size() && inputs_[i][positions_[i]].time <= time)
+                    held_[i] = inputs_[i][positions_[i]++].value;
+            for (std::size_t i = 0; i < inputs_.size(); ++i)
+                if (positions_[i] == inputs_[i].size()) return;
+            steps.push_back(time - kStart);
+            held.insert(held.end(), held_.begin(), held_.end());
+            time += step_;
+            std::uint64_t latest = 0;
+            bool gap = false;
+            for (std::size_t i = 0; i < inputs_.size(); ++i) {
+                const std::uint64_t next = inputs_[i][positions_[i]].time;
+                gap = gap || next > time + 10000;
+                latest = std::max(latest, next);
+            }
+            if (gap) time = latest;
+        }
+    }
+
+  private:
+    std::vector<std::vector<Sample>> inputs_;
+    std::uint64_t step_;
+    std::vector<std::size_t> positions_;
+    std::vector<double> held_;
+};
+
+Samples randomSamples(std::mt19937& generator, std::size_t count) {
+    Samples samples;
+    std::uint64_t time = generator() % 3000;
+    for (std::size_t i = 0; i < count; ++i) {
+        samples.emplace_back(time, static_cast<double>(generator() % 4));
+        time += generator() % 50 == 0 ? 9000 + generator() % 15000 : 1 + generator() % 300;
+    }
+    return samples;
+}
+
+TEST(StepLoopTest, followsItsDefinition) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 generator(seed);
+    for (int round = 0; round < 100; ++round) {
+        TestModel model;
+        for (const char* name : {"a", "b", "c"})
+            model.feed(name, randomSamples(generator, 2 + generator() % 300));
+        const auto step = static_cast<std::uint32_t>(1 + generator() % 700);
+        Recorder recorder(model, step, {"a", "b", "c"});
+        std::vector<std::vector<Sample>> inputs;
+        for (const auto& input : recorder.inputs)
+            inputs.emplace_back(input.signal->samples().begin(), input.signal->samples().end());
+        PlainLoop plain(std::move(inputs), step);
+        plain.run();
+        recorder.calculate();
+        ASSERT_EQ(recorder.steps, plain.steps);
+        ASSERT_EQ(recorder.held, plain.held);
+    }
+}
+
+// A live run computes bit by bit, from arrays that move, with an end marker that moves too. Where
+// there are no gaps it comes to the same steps.
+TEST(StepLoopTest, computesTheSameLive) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 generator(seed);
+    for (int round = 0; round < 30; ++round) {
+        struct Event {
+            std::uint64_t time;
+            const char* name;
+            double value;
+        };
+        std::vector<Event> events;
+        for (const char* name : {"a", "b"}) {
+            std::uint64_t time = generator() % 500;
+            for (int i = 0; i < 400; ++i) {
+                events.push_back({time, name, static_cast<double>(generator() % 3)});
+                time += 1 + generator() % 300;
+            }
+        }
+        std::stable_sort(events.begin(), events.end(),
+                         [](const Event& x, const Event& y) { return x.time < y.time; });
+        TestModel logs;
+        TestModel live;
+        live.liveMode = true;
+        Recorder atOnce(logs, 70, {"a", "b"});
+        Recorder byAndBy(live, 70, {"a", "b"});
+        for (const Event& event : events) {
+            logs.input(event.name)->addSample(kStart + event.time, event.value);
+            live.input(event.name)->addSample(kStart + event.time, event.value);
+            if (generator() % 5 == 0) byAndBy.calculate();
+        }
+        for (const char* name : {"a", "b"})
+            logs.input(name)->flushSamples();
+        atOnce.calculate();
+        byAndBy.calculate();
+        ASSERT_EQ(byAndBy.steps, atOnce.steps);
+        ASSERT_EQ(byAndBy.held, atOnce.held);
+    }
+}
+
+TEST(StepLoopTest, takesAbsoluteInputs) {
+    TestModel model;
+    model.feedSteps("a", {-1, 2});
+    model.feedSteps("b", {1, -3});
+    EXPECT_EQ(test::valuesAtSteps(*model.compute(kSum + "absInput=true"), 2),
+              (std::vector<double>{2, 5}));
+}
+
+}  // namespace
+}  // namespace trelis
