@@ -40,7 +40,7 @@ class PaintModel {
     /// Appends samples some ms apart, now and then after a gap.
     static void fill(Signal& signal, std::mt19937_64& random, std::size_t count,
                      std::uint64_t mostStep, unsigned gapOneIn, std::uint64_t start = 1000000) {
-        std::uint64_t time = signal.samples().empty() ? start : signal.samples().back().time + 1;
+        std::uint64_t time = signal.samples().empty() ? start : signal.lastSeenTime + 1;
         double value = 0;
         for (std::size_t i = 0; i < count; ++i) {
             const bool gap = gapOneIn != 0 && random() % gapOneIn == 0;
