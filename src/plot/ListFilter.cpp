@@ -65,9 +65,17 @@ ListFilter::ListFilter(std::string_view text) : text_(text) {
 bool ListFilter::matches(RowType level, std::string_view name) const {
     const Piece& piece = pieces_.at(static_cast<std::size_t>(level));
     if (piece.text.empty()) return true;
-    const std::string lower = lowerCase(name);
-    if (!piece.pattern) return lower.find(piece.text) != std::string::npos;
-    return g_pattern_spec_match(piece.pattern.get(), lower.size(), lower.c_str(), nullptr) != FALSE;
+    if (piece.pattern) {
+        const std::string lower = lowerCase(name);
+        return g_pattern_spec_match(piece.pattern.get(), lower.size(), lower.c_str(), nullptr) !=
+               FALSE;
+    }
+    // This runs for every signal at every key press: no memory is taken for a usual name.
+    std::array<char, 128> buffer;
+    if (name.size() > buffer.size() || !isAscii(name))
+        return lowerCase(name).find(piece.text) != std::string::npos;
+    std::transform(name.begin(), name.end(), buffer.begin(), lowerAscii);
+    return std::string_view(buffer.data(), name.size()).find(piece.text) != std::string_view::npos;
 }
 
 }  // namespace trelis

@@ -1,6 +1,8 @@
 #include "plot/LogList.h"
 
 #include <gdk/gdkkeysyms.h>
+#include <glibmm/main.h>
+#include <gtkmm/treerowreference.h>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
@@ -71,8 +73,8 @@ LogList::Row LogList::modelRow(const Gtk::TreeModel::iterator& viewIter) const {
     return *filtered_->convert_iter_to_child_iter(viewIter);
 }
 
-Gtk::TreeModel::Path LogList::viewPath(const Gtk::TreeModel::iterator& modelIter) const {
-    const auto path = model_->get_path(modelIter);
+Gtk::TreeModel::Path LogList::viewPath(const Row& row) const {
+    const auto path = model_->get_path(row);
     return filtered_ ? filtered_->convert_child_path_to_path(path) : path;
 }
 
@@ -136,19 +138,21 @@ bool LogList::selectSignal(const std::shared_ptr<Signal>& signal) {
     const auto row = findSignalRow(*signal);
     if (!row) return false;
     if (filtered_) applyFilter("");
-    putCursor(viewPath(row));
+    putCursor(viewPath(*row));
     return true;
 }
 
 void LogList::selectFirstMatch() {
-    for (const auto& interfaceRow : get_model()->children()) {
+    for (const auto& interfaceRow : model_->children()) {
         for (const auto& messageRow : interfaceRow.children()) {
-            populate(modelRow(messageRow));
-            const auto signals = messageRow.children();
-            if (signals.empty()) continue;
-            putCursor(get_model()->get_path(signals.begin()));
-            grab_focus();
-            return;
+            if (filtered_ && !messageRow[columns_.visible]) continue;
+            populate(messageRow);
+            for (const auto& row : messageRow.children()) {
+                if (filtered_ && !row[columns_.visible]) continue;
+                putCursor(viewPath(row));
+                grab_focus();
+                return;
+            }
         }
     }
 }
@@ -301,8 +305,24 @@ void LogList::on_row_activated(const Gtk::TreeModel::Path& path, Gtk::TreeViewCo
 bool LogList::on_test_expand_row(const Gtk::TreeModel::iterator& iter,
                                  const Gtk::TreeModel::Path& path) {
     const Row row = modelRow(iter);
-    if (typeOf(row) == RowType::kMessage) populate(row);
-    return Gtk::TreeView::on_test_expand_row(iter, path);
+    if (typeOf(row) != RowType::kMessage || row.children().empty() || isPopulated(row))
+        return Gtk::TreeView::on_test_expand_row(iter, path);
+    if (!filtered_) {
+        populate(row);
+        return Gtk::TreeView::on_test_expand_row(iter, path);
+    }
+    // The view goes on with `iter`, which would not outlive a change of a filtered model: the row
+    // is filled and opened as soon as the view is done.
+    const Gtk::TreeRowReference reference(model_, model_->get_path(row));
+    Glib::signal_idle().connect_once(sigc::track_obj(
+        [this, reference] {
+            if (!reference.is_valid()) return;
+            const auto found = model_->get_iter(reference.get_path());
+            populate(*found);
+            expand_row(viewPath(*found), false);
+        },
+        *this));
+    return true;
 }
 
 // Opening an interface with all below it asks for no message of its own.
@@ -313,9 +333,11 @@ void LogList::on_row_expanded(const Gtk::TreeModel::iterator& iter,
         report(Level::kError, "row expanded/collapsed with none valid path");
         return;
     }
-    if (typeOf(modelRow(iter)) != RowType::kInterface) return;
-    for (const auto& child : iter->children())
-        if (row_expanded(get_model()->get_path(child))) populate(modelRow(child));
+    const Row row = modelRow(iter);
+    if (typeOf(row) != RowType::kInterface) return;
+    for (const auto& child : row.children())
+        if (const auto shown = viewPath(child); !shown.empty() && row_expanded(shown))
+            populate(child);
 }
 
 void LogList::on_row_collapsed(const Gtk::TreeModel::iterator& iter,

@@ -8,6 +8,7 @@
 #include <gtkmm/treeview.h>
 
 #include <cstdint>
+#include <deque>
 #include <list>
 #include <memory>
 #include <set>
@@ -77,6 +78,8 @@ class LogList : public Gtk::TreeView {
     /// Opens the rows that hold selected signals, or all.
     void expandSelected();
     void expandAll();
+    /// Ends an expandAll that has not come to its end.
+    void stopExpanding();
     void updateRowColor(const std::shared_ptr<Signal>& signal);
     /// Flips whether signals that their definition hides are listed, and rebuilds.
     void toggleHidden();
@@ -125,12 +128,15 @@ class LogList : public Gtk::TreeView {
     void expandMatches();
     [[nodiscard]] std::list<row_t> expandedRows();
     void expandRows(const std::list<row_t>& rows);
+    /// Opens a row of the tree store in the view, if it is shown.
+    void openRow(const Row& row);
+    bool expandSome();
     void showModel(const Glib::RefPtr<Gtk::TreeModel>& model);
     void refreshMarkup();
     void refreshMessage(const Row& row, bool active);
 
     [[nodiscard]] Row modelRow(const Gtk::TreeModel::iterator& viewIter) const;
-    [[nodiscard]] Gtk::TreeModel::Path viewPath(const Gtk::TreeModel::iterator& modelIter) const;
+    [[nodiscard]] Gtk::TreeModel::Path viewPath(const Row& row) const;
     [[nodiscard]] bool isPopulated(const Row& messageRow) const;
     [[nodiscard]] RowType typeOf(const Row& row) const;
     [[nodiscard]] std::string nameOf(const Row& row) const;
@@ -153,6 +159,8 @@ class LogList : public Gtk::TreeView {
     Glib::RefPtr<Gtk::TreeStore> model_;
     Glib::RefPtr<Gtk::TreeModelFilter> filtered_;  // empty while all is shown
     ListFilter filter_;
+    std::deque<Row> rowsToExpand_;  // message rows of model_ that expandAll has not come to
+    sigc::connection expandTimer_;
     std::list<row_t> expandedBefore_;  // what was open when the first letter of a filter came
 
     Gtk::TreeViewColumn nameColumn_{"Name"};

@@ -1,4 +1,5 @@
 // LogList: how rows are made, filtered and opened.
+#include <glibmm/main.h>
 #include <gtk/gtk.h>
 
 #include <algorithm>
@@ -14,7 +15,9 @@ namespace trelis {
 namespace {
 
 /// Signals that a filter opens by itself; further messages that hold a match stay closed.
-constexpr std::size_t kMostOpenedRows = 5000;
+constexpr std::size_t kMostOpenedRows = 2000;
+/// Signals that one turn of the main loop opens.
+constexpr std::size_t kRowsATurn = 1000;
 
 Glib::ustring escaped(const std::string& text) {
     return Glib::convert_return_gchar_ptr_to_ustring(
@@ -199,13 +202,12 @@ void LogList::expandRows(const std::list<row_t>& rows) {
     RowSet names;
     for (const auto& row : rows)
         names.emplace(row.interface, row.message);
-    for (const auto& interfaceRow : get_model()->children()) {
+    for (const auto& interfaceRow : model_->children()) {
         const std::string interface = nameOf(interfaceRow);
         if (!names.contains({interface, ""})) continue;
-        expand_row(get_model()->get_path(interfaceRow), false);
+        openRow(interfaceRow);
         for (const auto& row : interfaceRow.children())
-            if (names.contains({interface, nameOf(row)}))
-                expand_row(get_model()->get_path(row), false);
+            if (names.contains({interface, nameOf(row)})) openRow(row);
     }
 }
 
@@ -216,6 +218,7 @@ void LogList::rebuild(std::uint32_t first, std::uint32_t last, bool keep) {
             get_model() ? get_selection()->get_selected() : Gtk::TreeModel::iterator();
         keep && selected && typeOf(modelRow(selected)) == RowType::kSignal)
         current = signalOf(modelRow(selected));
+    stopExpanding();
     firstInterface_ = first;
     lastInterface_ = last;
     const Glib::ustring text = filter_.text();
@@ -229,7 +232,7 @@ void LogList::rebuild(std::uint32_t first, std::uint32_t last, bool keep) {
     if (!text.empty()) {
         applyFilter(text);
     } else if (current) {
-        if (const auto row = findSignalRow(*current)) putCursor(viewPath(row));
+        if (const auto row = findSignalRow(*current)) putCursor(viewPath(*row));
     }
 }
 
@@ -280,11 +283,13 @@ void LogList::markVisible() {
 
 void LogList::expandMatches() {
     std::size_t opened = 0;
-    for (const auto& interfaceRow : filtered_->children()) {
-        expand_row(filtered_->get_path(interfaceRow), false);
+    for (const auto& interfaceRow : model_->children()) {
+        if (!interfaceRow[columns_.visible]) continue;
+        openRow(interfaceRow);
         for (const auto& row : interfaceRow.children()) {
+            if (!row[columns_.visible]) continue;
             if (opened >= kMostOpenedRows) return;
-            expand_row(filtered_->get_path(row), false);
+            openRow(row);
             opened += row.children().size();
         }
     }
@@ -296,6 +301,7 @@ void LogList::applyFilter(const Glib::ustring& text) {
         return;
     }
     if (filter_.isEmpty()) expandedBefore_ = expandedRows();
+    stopExpanding();
     unset_model();
     filtered_.reset();
     filter_ = ListFilter(text.raw());
@@ -314,20 +320,49 @@ void LogList::applyFilter(const Glib::ustring& text) {
 
 // ---- opening
 
+// Only rows of the tree store are walked while rows are made: those of a filtered model lose their
+// meaning with each change.
+void LogList::openRow(const Row& row) {
+    if (typeOf(row) == RowType::kMessage) populate(row);
+    if (const auto path = viewPath(row); !path.empty()) expand_row(path, false);
+}
+
 void LogList::expandSelected() {
-    for (const auto& interfaceRow : get_model()->children()) {
+    for (const auto& interfaceRow : model_->children()) {
         if (!interfaceRow[columns_.expandMark]) continue;
-        expand_row(get_model()->get_path(interfaceRow), false);
+        openRow(interfaceRow);
         for (const auto& row : interfaceRow.children())
-            if (row[columns_.expandMark]) expand_row(get_model()->get_path(row), false);
+            if (row[columns_.expandMark]) openRow(row);
     }
 }
 
+// A few rows at a time, so that the window stays usable while a large model opens.
 void LogList::expandAll() {
-    for (const auto& interfaceRow : get_model()->children())
+    stopExpanding();
+    for (const auto& interfaceRow : model_->children()) {
+        if (filtered_ && !interfaceRow[columns_.visible]) continue;
+        openRow(interfaceRow);
         for (const auto& row : interfaceRow.children())
-            populate(modelRow(row));
-    expand_all();
+            if (!filtered_ || row[columns_.visible]) rowsToExpand_.push_back(row);
+    }
+    if (expandSome())
+        expandTimer_ = Glib::signal_idle().connect(sigc::mem_fun(*this, &LogList::expandSome));
+}
+
+void LogList::stopExpanding() {
+    expandTimer_.disconnect();
+    rowsToExpand_.clear();
+}
+
+bool LogList::expandSome() {
+    std::size_t opened = 0;
+    while (!rowsToExpand_.empty() && opened < kRowsATurn) {
+        const Row row = rowsToExpand_.front();
+        rowsToExpand_.pop_front();
+        openRow(row);
+        opened += row.children().size();
+    }
+    return !rowsToExpand_.empty();
 }
 
 }  // namespace trelis

@@ -41,6 +41,8 @@ MenuIconItem::MenuIconItem(const std::string& icon, const Glib::ustring& mnemoni
 
 void MenuIconItem::pack(const std::string& icon) {
     iconName_ = icon;
+    // Themes give some icons in larger sizes only.
+    image_.set_pixel_size(kIconSize);
     image_.set_size_request(kIconSize, kIconSize);
     refreshIcon();
     Gtk::IconTheme::get_default()->signal_changed().connect(

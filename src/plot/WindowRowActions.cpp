@@ -232,6 +232,8 @@ void Window::expandAll() {
 }
 
 void Window::collapseAll() {
+    dataList_.stopExpanding();
+    statisticsList_.stopExpanding();
     dataList_.collapse_all();
     statisticsList_.collapse_all();
 }
