@@ -1,0 +1,113 @@
+#include "analysis/AnalysisRig.h"
+#include "analysis/HistWindow.h"
+#include "analysis/OpenWindows.h"
+
+namespace trelis::test {
+namespace {
+
+class HistogramTest : public AnalysisTest {};
+
+TEST_F(HistogramTest, CountsTheViewThenTheRulers) {
+    setView(0, 60000);
+    HistWindow window(context, speed);
+    present(window);
+    EXPECT_EQ(window.get_title(), "Speed");
+    EXPECT_EQ(window.histogram().counts().totalTime, 60000U);
+    keepBothShots(window, "histogram");
+
+    setView(0, 30000);
+    EXPECT_EQ(window.histogram().counts().totalTime, 30000U);
+    setRulers(20000, 10000);
+    EXPECT_EQ(window.histogram().counts().totalTime, 20000U)
+        << "from the first sample of the signal to the later ruler";
+    setRulers(20000, -1);
+    EXPECT_EQ(window.histogram().counts().totalTime, 30000U);
+}
+
+TEST_F(HistogramTest, BarsStandWhereTheLayoutSaysAndZoomGrowsThem) {
+    speed->color = "#ffff00000000";
+    settings.setBgColor("#ffffffffffff");
+    setView(0, 120000);
+    HistWindow window(context, speed);
+    present(window);
+    Histogram& histogram = window.histogram();
+    const auto red = [&] { return Picture(histogram).count(0xFF3333); };  // over white, alpha 0.8
+    const int before = red();
+    EXPECT_GT(before, 100);
+
+    scroll(histogram, GDK_SCROLL_DOWN, 50, 50);
+    EXPECT_EQ(red(), before) << "the lowest zoom stays";
+    scroll(histogram, GDK_SCROLL_UP, 50, 50);
+    EXPECT_GT(red(), before);
+    scrollSmooth(histogram, 0, 1, 50, 50);
+    EXPECT_EQ(red(), before);
+
+    EXPECT_EQ(Picture(histogram).count(0x000000), 0);
+    movePointer(histogram, histogram.get_allocated_width() / 2.0, 50);
+    EXPECT_GT(Picture(histogram).count(0x000000), 0) << "the tick under the pointer";
+    keepBothShots(window, "histogram-pointer");
+}
+
+TEST_F(HistogramTest, BinsAndClipboard) {
+    setView(0, 60000);
+    HistWindow window(context, speed);
+    present(window);
+    const auto& bins = window.binAdjustment();
+    bins->set_value(1000);
+    EXPECT_EQ(window.histogram().counts().bins.size(), 100U);
+    bins->set_value(0);
+    EXPECT_EQ(window.histogram().counts().bins.size(), 2U);
+    window.copyTable();
+    const std::string text = clipboardText();
+    EXPECT_EQ(text.find("From (km/h)\tTo (km/h)\tFrom/To (km/h)\t%\n"), 0U);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
+    settings.setDecimalComma(true);
+    window.copyTable();
+    EXPECT_EQ(clipboardText().find('.'), std::string::npos);
+}
+
+TEST_F(HistogramTest, AnEmptySignalShowsAnAxis) {
+    HistWindow window(context, addSignal("Empty", ""));
+    present(window);
+    movePointer(window.histogram(), 100, 100);
+    keepBothShots(window, "histogram-empty");
+    window.copyTable();
+    EXPECT_EQ(window.histogram().counts().largestBin, 0U);
+}
+
+TEST_F(HistogramTest, NewDataAreCounted) {
+    setView(0, 120000);
+    const auto signal = addSignal("Late", "");
+    HistWindow window(context, signal);
+    present(window);
+    signal->addSample(kBegin, 1);
+    signal->addSample(kBegin + 500, 2);
+    store.dataChanged.emit();
+    pumpPending();
+    EXPECT_EQ(window.histogram().counts().totalTime, 500U);
+}
+
+TEST_F(HistogramTest, OneWindowASignal) {
+    OpenWindows<HistWindow> windows(
+        [&](const auto& signal) { return std::make_unique<HistWindow>(context, signal); });
+    const auto other = addSignal("Other", "");
+    const auto held = speed.use_count();
+    windows.show(speed);
+    HistWindow* const first = windows.find(speed);
+    windows.show(other);
+    windows.show(speed);
+    EXPECT_EQ(windows.size(), 2U);
+    EXPECT_EQ(windows.find(speed), first);
+
+    first->close();
+    ASSERT_TRUE(pump([&] { return windows.size() == 1; }));
+    pumpPending();
+    windows.show(speed);
+    EXPECT_EQ(windows.size(), 2U);
+    windows.closeAll();
+    EXPECT_EQ(windows.size(), 0U);
+    EXPECT_EQ(speed.use_count(), held) << "the windows let go of the signal";
+}
+
+}  // namespace
+}  // namespace trelis::test
