@@ -1,12 +1,16 @@
 #include "input/HandleRecord.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <optional>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "input/AscWriter.h"
+#include "model/FrameSource.h"
 #include "model/Message.h"
 #include "model/builtin/BitRate.h"
 
@@ -65,7 +69,8 @@ std::uint64_t placeInTime(Store& store, std::uint32_t clock) {
     return time;
 }
 
-void postRecord(Store& store, const Frame& record, std::uint64_t time) {
+// Counts the frame on its bus and finds the message that wants it, if any.
+Message* receiverOf(Store& store, const Frame& record, std::uint64_t time) {
     const bool isError = (record.id & kErrorFrameFlag) != 0;
     const bool all = store.readAll.load(std::memory_order_relaxed);
     std::uint32_t number = record.interface;
@@ -75,27 +80,68 @@ void postRecord(Store& store, const Frame& record, std::uint64_t time) {
         if (all || rate->needsParse) rate->addFrame(time, record);
     }
     const CanIface* interface = store.findActiveInterface(number);
-    if (interface == nullptr) return;
+    if (interface == nullptr) return nullptr;
     Message* message = interface->findActive(isError ? kErrorMessageId : record.id);
-    if (message != nullptr && (all || message->usedCount != 0)) message->postFrame(record, time);
+    return message != nullptr && (all || message->usedCount != 0) ? message : nullptr;
+}
+
+// The record's absolute time, or nothing if it went to a dump.
+std::optional<std::uint64_t> acceptRecord(Store& store, const Frame& record) {
+    const std::uint64_t time = placeInTime(store, record.timestamp);
+    store.framesRead.store(store.framesRead.load(std::memory_order_relaxed) + 1,
+                           std::memory_order_relaxed);
+    if (!store.dumpAsc && !store.dumpToFile.load(std::memory_order_relaxed)) return time;
+    writeAscRecord(store, record, time);
+    return std::nullopt;
+}
+
+void tellFailure(std::uint32_t id, const std::exception& error) {
+    report(Level::kWarning, format("Error while parsing CAN frame %u: %s", id, error.what()));
 }
 
 }  // namespace
 
 void handleRecord(Store& store, const Frame& record) {
-    const std::uint64_t time = placeInTime(store, record.timestamp);
-    store.framesRead.store(store.framesRead.load(std::memory_order_relaxed) + 1,
-                           std::memory_order_relaxed);
-    if (store.dumpAsc || store.dumpToFile.load(std::memory_order_relaxed)) {
-        writeAscRecord(store, record, time);
-        return;
-    }
+    const auto time = acceptRecord(store, record);
+    if (!time) return;
     try {
-        postRecord(store, record, time);
+        Message* receiver = receiverOf(store, record, *time);
+        if (receiver != nullptr) receiver->postFrame(record, *time);
     } catch (const std::exception& error) {
-        report(Level::kWarning,
-               format("Error while parsing CAN frame %u: %s", record.id, error.what()));
+        tellFailure(record.id, error);
     }
+}
+
+void RecordBatch::add(const Frame& record) {
+    const auto time = acceptRecord(store_, record);
+    if (!time) return;
+    try {
+        Message* receiver = receiverOf(store_, record, *time);
+        if (receiver == nullptr) return;
+        std::vector<StoredFrame>* held = receiver->heldFrames();
+        if (held == nullptr) {
+            receiver->postFrame(record, *time);
+            return;
+        }
+        if (held->empty()) holders_.push_back(receiver);
+        std::uint64_t data = 0;
+        std::memcpy(&data, record.data.data(), sizeof data);
+        if constexpr (std::endian::native == std::endian::big) data = __builtin_bswap64(data);
+        held->emplace_back(*time, record.dlc, data);
+    } catch (const std::exception& error) {
+        tellFailure(record.id, error);
+    }
+}
+
+void RecordBatch::flush() {
+    for (Message* holder : holders_) {
+        try {
+            holder->decodeHeld();
+        } catch (const std::exception& error) {
+            tellFailure(holder->id, error);
+        }
+    }
+    holders_.clear();
 }
 
 void resetTimeAxis(Store& store) {

@@ -1,8 +1,11 @@
 // Takes the records of running inputs into the system and keeps their time axis rising.
 #pragma once
 
+#include <vector>
+
 namespace trelis {
 
+class Message;
 class Store;
 struct Frame;
 
@@ -14,6 +17,23 @@ struct Frame;
 /// taken for its overflow, at WRN; Store::nextFileStart announces the start time of the next
 /// record, by which the base is set anew unless it fits already.
 void handleRecord(Store& store, const Frame& record);
+
+/// handleRecord for many records at a time, in the order of their arrival: frames of one message
+/// are decoded together, by flush. Dumps, bus loads and errors are served at once. Store worker
+/// only.
+class RecordBatch {
+  public:
+    explicit RecordBatch(Store& store) : store_(store) {}
+
+    void add(const Frame& record);
+    /// Decodes what was added. A decoding that fails costs the message its frames since the last
+    /// flush.
+    void flush();
+
+  private:
+    Store& store_;
+    std::vector<Message*> holders_;  // messages with frames to decode, in order of the first one
+};
 
 /// Forgets where the time axis stands; the next record sets a new base.
 void resetTimeAxis(Store& store);

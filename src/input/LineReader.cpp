@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -25,7 +26,7 @@ LineReader::LineReader(const std::string& path, std::size_t longestLine)
         descriptor_ = -1;
         return;
     }
-    buffer_.resize(longest_ + kReadAhead);
+    buffer_.resize(kReadAhead);
 }
 
 LineReader::~LineReader() {
@@ -38,6 +39,8 @@ bool LineReader::fill() {
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
     end_ -= begin_;
     begin_ = 0;
+    // A line that fills the buffer makes it grow; next() asks for no more than the longest line.
+    if (end_ == buffer_.size()) buffer_.resize(std::min(buffer_.size() * 2, longest_ + kReadAhead));
     ssize_t count = -1;
     do {
         count = ::read(descriptor_, buffer_.data() + end_, buffer_.size() - end_);

@@ -22,7 +22,9 @@ RealMessage::RealMessage(std::uint32_t messageId, const std::string& messageName
                          const std::shared_ptr<CanIface>& interface)
     : Message(messageId, messageName, interface), mutex_(std::make_shared<std::mutex>()) {}
 
-RealMessage::~RealMessage() { joinWorker(); }
+RealMessage::~RealMessage() {
+    joinWorker();
+}
 
 std::shared_ptr<RealMessage> RealMessage::create(std::uint32_t id, const std::string& name,
                                                  const std::shared_ptr<CanIface>& interface) {
@@ -94,7 +96,8 @@ void RealMessage::runQueueWorker() {
             taken.swap(queue_);
             queueChanged_.notify_all();
             lock.unlock();
-            for (const Frame& frame : taken) handleFrame(frame);
+            for (const Frame& frame : taken)
+                handleFrame(frame);
             taken.clear();
             lock.lock();
         }
@@ -114,6 +117,19 @@ void RealMessage::postFrame(const Frame& frame, std::uint64_t absoluteTime) {
     if (workerRun_) queue_.push_back(posted);
 }
 
+std::vector<StoredFrame>* RealMessage::heldFrames() {
+    return worker_.joinable() ? nullptr : &held_;
+}
+
+void RealMessage::decodeHeld() {
+    // The frames are gone whatever their decoding comes to.
+    std::vector<StoredFrame> run;
+    run.swap(held_);
+    handleRun(run, 0);
+    run.clear();
+    held_.swap(run);  // keeps the memory for the next run
+}
+
 void RealMessage::joinWorker() {
     {
         const std::lock_guard lock(*mutex_);
@@ -127,6 +143,13 @@ void RealMessage::joinWorker() {
 void RealMessage::finish() {
     joinWorker();
     Message::finish();
+}
+
+// The signals own their message, so whoever holds one here would keep both for ever.
+void RealMessage::clearMessage() {
+    multiplexor.reset();
+    rateSource.reset();
+    Message::clearMessage();
 }
 
 void RealMessage::handleFrame(const Frame& frame) {

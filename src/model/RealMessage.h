@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "model/FrameSource.h"
 #include "model/Message.h"
@@ -36,6 +37,10 @@ class RealMessage : public Message {
     /// Queues the frame for the worker, or decodes it at once when there is none. Waits while
     /// kMostQueued frames are queued, so that a fast reader cannot fill the memory.
     void postFrame(const Frame& frame, std::uint64_t absoluteTime) override;
+    /// Null while a worker decodes the queue.
+    [[nodiscard]] std::vector<StoredFrame>* heldFrames() override;
+    void decodeHeld() override;
+    void clearMessage() override;
     [[nodiscard]] bool isWanted() const override { return pendingCount != 0; }
 
     /// Decodes one frame into the signals that a parse wants. One thread at a time.
@@ -67,6 +72,7 @@ class RealMessage : public Message {
     std::condition_variable queueChanged_;  // woken by frames, by their removal and by finish()
     std::deque<Frame> queue_;
     bool workerRun_ = false;
+    std::vector<StoredFrame> held_;  // of the thread that reads a running input
     std::deque<std::shared_ptr<FrameSource>> parsers_;  // the log worker's own once it runs
     std::thread worker_;                                // owner: this object; see joinWorker
 };

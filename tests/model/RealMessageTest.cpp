@@ -219,6 +219,15 @@ TEST_F(RealMessageTest, clearsItsSignals) {
     EXPECT_FALSE(first->hasData);
     EXPECT_EQ(interface->findById(1), nullptr);
     EXPECT_THROW(static_cast<void>(interface->findByName("Msg")), SignalNotFoundException);
+    // Signals own their message: a message that kept one would never go.
+    auto other = RealMessage::create(2, "Other", interface);
+    interface->addMessage(other);
+    other->addRateSignal(kPlainSignal);
+    other->multiplexor = RealSignal::create(other, "mux", 0, 8, 1, '+', "", 1, 0, 0, 0);
+    const std::weak_ptr<RealMessage> watched = other;
+    other.reset();
+    interface->clear();
+    EXPECT_TRUE(watched.expired());
 }
 
 TEST_F(RealMessageTest, interfacesFindTheirActiveMessages) {
