@@ -120,6 +120,8 @@ void DbcReader::read(const std::string& interfaceName) {
 
 bool DbcReader::nextLine() {
     if (!std::getline(stream_, line_)) return false;
+    // Texts end at a zero byte, which only a damaged file holds.
+    if (const auto zero = line_.find('\0'); zero != std::string::npos) line_.resize(zero);
     ++lineNumber_;
     return true;
 }
@@ -137,8 +139,6 @@ void DbcReader::handleLine() {
     }
     const bool isLong = line_.size() >= kLineBound;
     scannable_ = options_.tolerant || !isLong;
-    // No field holds a zero byte.
-    if (const auto zero = line_.find('\0'); zero != std::string::npos) line_.resize(zero);
     if (scannable_ && (readMessageLine() || readSignalLine() || readValueTypeLine())) {
         if (isLong) noteLongLine();
         return;
