@@ -36,10 +36,10 @@ void ImportPass::tellProgress(std::size_t done, std::size_t all) {
 }
 
 void ImportPass::finish() {
-    started_.clear();
     for (const auto& [number, interface] : store_.interfaces)
         for (const auto& [id, message] : interface->messages)
             message->finish();
+    started_.clear();
     store_.recount();
     store_.emitData();
 }

@@ -181,6 +181,7 @@ TEST_F(RealSignalTest, decodesRunsAsItDecodesFrames) {
     SCOPED_TRACE(random.trace());
     for (int round = 0; round < 60; ++round) {
         const bool multiplexed = random.below(2) == 0;
+        store.liveMode = random.below(2) == 0;
         std::vector<std::shared_ptr<RealMessage>> twins;
         const Layout muxLayout{random.below(56), 2, static_cast<std::int32_t>(random.below(2))};
         std::vector<Layout> layouts(6);
