@@ -1,0 +1,330 @@
+#include <arpa/inet.h>
+#include <gtkmm/filechooserdialog.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <optional>
+
+#include "config/ConnectLiveDialog.h"
+#include "desk/Desk.h"
+#include "input/LiveConnection.h"
+#include "input/LiveRig.h"
+
+namespace trelis {
+
+class LiveDialogProbe {
+  public:
+    explicit LiveDialogProbe(ConnectLiveDialog& dialog)
+        : title(dialog.title_),
+          address(dialog.address_),
+          key(dialog.key_),
+          connect(dialog.connectButton_),
+          spinner(dialog.spinner_),
+          vsdFile(dialog.vsdFile_),
+          dbcFile(dialog.dbcFile_),
+          dialog_(dialog) {}
+    void pressOpen() { dialog_.openButton_.clicked(); }
+    void pressSave() { dialog_.saveButton_.clicked(); }
+
+    Gtk::Entry& title;
+    Gtk::Entry& address;
+    Gtk::Entry& key;
+    Gtk::Button& connect;
+    Gtk::Spinner& spinner;
+    std::string& vsdFile;
+    std::string& dbcFile;
+
+  private:
+    ConnectLiveDialog& dialog_;
+};
+
+namespace test {
+namespace {
+
+class LiveDialogTest : public ::testing::Test {
+  protected:
+    LiveDialogTest() {
+        wireLiveInputs(store);
+        store.liveFilePath = scratch.file("last");
+        takeTexts();
+    }
+    ~LiveDialogTest() override {
+        store.shutdown();
+        pumpPending();
+        takeTexts();
+    }
+    void serve(const std::string& key) {
+        sim::ServeOptions options;
+        options.speed = 0;
+        options.key = key;
+        logger.emplace(options, [this] { return sim::scenarioFeed(scenario); });
+        probe.address.set_text("127.0.0.1:" + std::to_string(logger->server().port()));
+        probe.key.set_text(key);
+    }
+    void reloadModel() {
+        ++reloads;
+        store.clearAll();
+        buildModel(store, scenario);
+    }
+
+    ScratchSettings scratch;
+    Settings& settings = *scratch.settings;
+    sim::Scenario scenario = smallScenario();
+    std::optional<ServedLogger> logger;
+    Store store;
+    Gtk::Window parent;
+    std::string title;
+    int reloads = 0;
+    ConnectLiveDialog dialog{
+        parent,
+        store,
+        settings,
+        {[this] { reloadModel(); }, [this](const auto& text) { title = text; }}};
+    LiveDialogProbe probe{dialog};
+};
+
+TEST(ReadPortTest, TakesEveryNotation) {
+    for (const auto& [text, port] : std::vector<std::pair<std::string, int>>{
+             {"", 777}, {"777", 777}, {"0x309", 777}, {"010", 8}, {"70000", 70000}})
+        EXPECT_EQ(readPort(text), port) << text;
+    EXPECT_TRUE(takeTexts().empty());
+    for (const char* text : {"abc", "0", "-5", "99999999999999999999"}) {
+        EXPECT_EQ(readPort(text), 777);
+        EXPECT_EQ(takeTexts(), std::vector<std::string>{std::string("Invalid port '") + text +
+                                                        "', using 777 (default)"});
+    }
+}
+
+TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
+    present(dialog);
+    EXPECT_EQ(dialog.get_title(), "Connect live to logger");
+    EXPECT_EQ(probe.title.get_text(), "Live connection");
+    keepBothShots(dialog, "live");
+    probe.title.set_text("Test bench");
+    probe.address.set_text("logger1:");
+    probe.key.set_text("secret");
+    settings.setVsdFile(scratch.write("project.vsd", ""));
+    dialog.saveFile(scratch.file("bench"));
+    EXPECT_EQ(scratch.read("bench.tvlive"),
+              "TITLE=Test bench\nSERVER=logger1\nPORT=777\nKEY=secret\nVSD=" +
+                  scratch.file("project.vsd") + "\n");
+    struct stat facts {};
+    ASSERT_EQ(stat(scratch.file("bench.tvlive").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777U, 0600U);
+    EXPECT_EQ(settings.getLivePath(), scratch.folder);
+
+    scratch.write("other.tvlive", "TITLE=Other\nSERVER=10.0.0.1\nPORT=7770\nDBC=bus.dbc\n");
+    dialog.openFile(scratch.file("other.tvlive"));
+    EXPECT_EQ(probe.address.get_text(), "10.0.0.1:7770");
+    EXPECT_EQ(probe.key.get_text(), "");
+    EXPECT_EQ(probe.dbcFile, scratch.file("bus.dbc"));
+    dialog.openFile(scratch.file("bench.tvlive"));
+    EXPECT_EQ(probe.title.get_text(), "Test bench");
+    EXPECT_EQ(probe.address.get_text(), "logger1");
+    EXPECT_EQ(probe.key.get_text(), "secret");
+    EXPECT_EQ(probe.vsdFile, scratch.file("project.vsd"));
+    EXPECT_EQ(probe.dbcFile, "");
+    keepBothShots(dialog, "live-filled");
+
+    dialog.openFile(scratch.file("absent.tvlive"));
+    dialog.saveFile("/no/such/folder/x.tvlive");
+    EXPECT_EQ(takeTexts(),
+              (std::vector<std::string>{"Couldn't open " + scratch.file("absent.tvlive"),
+                                        "Couldn't create /no/such/folder/x.tvlive"}));
+}
+
+TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
+    scratch.write("stored.tvlive", "SERVER=stored\n");
+    settings.setLivePath(scratch.folder);
+    present(dialog);
+    const auto choose = [](const std::string& path) {
+        return [path](Gtk::Dialog& asked) {
+            auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
+            if (chooser.get_filename() == path) return true;
+            chooser.set_filename(path);
+            return false;
+        };
+    };
+    {
+        const DialogAnswer answer(Gtk::RESPONSE_OK, choose(scratch.file("stored.tvlive")));
+        probe.pressOpen();
+        EXPECT_TRUE(answer.wasAsked());
+        EXPECT_EQ(probe.address.get_text(), "stored");
+    }
+    {
+        const DialogAnswer answer(Gtk::RESPONSE_CANCEL);
+        probe.pressSave();
+        EXPECT_TRUE(answer.wasAsked());
+    }
+    EXPECT_FALSE(std::filesystem::exists(scratch.file("connection.tvlive")));
+}
+
+TEST_F(LiveDialogTest, FirstShowFillsFromTheLastConnection) {
+    scratch.write("last", "TITLE=T\nSERVER=host\nPORT=0x10\nKEY=k=v\nDBC==/x.dbc\n");
+    present(dialog);
+    EXPECT_EQ(probe.title.get_text(), "T");
+    EXPECT_EQ(probe.address.get_text(), "host:0x10");
+    EXPECT_EQ(probe.key.get_text(), "k=v");
+    EXPECT_EQ(probe.dbcFile, "=/x.dbc");
+    dialog.hide();
+    probe.address.set_text("typed");
+    present(dialog);
+    EXPECT_EQ(probe.address.get_text(), "typed") << "only the first time";
+}
+
+TEST_F(LiveDialogTest, ARunningConnectionIsShown) {
+    store.networkInput = true;
+    store.hostName = "running";
+    store.port = 778;
+    store.decryptionKey = "key";
+    present(dialog);
+    EXPECT_EQ(probe.address.get_text(), "running:778");
+    EXPECT_EQ(probe.key.get_text(), "key");
+    store.networkInput = false;
+}
+
+TEST_F(LiveDialogTest, ConnectsPlainAndWithAKey) {
+    store.startWorker();
+    for (const char* key : {"", "a key"}) {
+        SCOPED_TRACE(key);
+        serve(key);
+        present(dialog);
+        serve(key);  // the first show fills the entries
+        probe.title.set_text("Bench");
+        probe.connect.clicked();
+        EXPECT_TRUE(dialog.isConnecting());
+        EXPECT_TRUE(probe.spinner.get_visible());
+        EXPECT_FALSE(probe.address.get_sensitive());
+        EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+        EXPECT_FALSE(dialog.get_visible());
+        EXPECT_TRUE(probe.address.get_sensitive());
+        EXPECT_TRUE(pump([&] { return store.framesRead > 0; }));
+        EXPECT_EQ(title, "Bench");
+        EXPECT_EQ(store.title, "Bench");
+        EXPECT_TRUE(store.liveMode);
+        store.stopNetwork();
+        store.framesRead = 0;
+        EXPECT_NE(scratch.read("last").find("TITLE=Bench\nSERVER=127.0.0.1\n"), std::string::npos);
+    }
+    EXPECT_EQ(reloads, 2);
+}
+
+TEST_F(LiveDialogTest, ReconnectsToALoggerThatCameBack) {
+    store.startWorker();
+    serve("");
+    present(dialog);
+    serve("");
+    probe.connect.clicked();
+    ASSERT_TRUE(pump([&] { return store.framesRead > 0; }));
+    logger.reset();
+    serve("");
+    store.framesRead = 0;
+    dialog.reconnect();
+    EXPECT_TRUE(pump([&] { return store.framesRead > 0; }));
+    EXPECT_EQ(reloads, 2);
+}
+
+TEST_F(LiveDialogTest, AWrongKeyIsTold) {
+    store.startWorker();
+    present(dialog);
+    serve("right");
+    probe.key.set_text("wrong");
+    bool fatal = false;
+    store.fatalError.connect([&] { fatal = true; });
+    probe.connect.clicked();
+    EXPECT_TRUE(pump([&] { return fatal || !MessageLog::instance().isEmpty(); }));
+    EXPECT_EQ(store.framesRead, 0U);
+    EXPECT_FALSE(takeTexts().empty());
+}
+
+/// A port whose queue is full: connecting to it neither succeeds nor fails.
+class SilentPort {
+  public:
+    SilentPort() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* raw = reinterpret_cast<sockaddr*>(&address);
+        socklen_t size = sizeof address;
+        listener_ = socket(AF_INET, SOCK_STREAM, 0);
+        EXPECT_EQ(bind(listener_, raw, size), 0);
+        EXPECT_EQ(listen(listener_, 0), 0);
+        getsockname(listener_, raw, &size);
+        port = ntohs(address.sin_port);
+        for (int& filler : fillers_) {
+            filler = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+            static_cast<void>(connect(filler, raw, size));
+        }
+    }
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+    ~SilentPort() {
+        for (const int filler : fillers_)
+            close(filler);
+        close(listener_);
+    }
+    int port = 0;
+
+  private:
+    int listener_ = -1;
+    std::array<int, 4> fillers_{};
+};
+
+TEST_F(LiveDialogTest, AHostThatDoesNotAnswerLeavesTheWindowUsable) {
+    const SilentPort silent;
+    store.startWorker();
+    present(dialog);
+    probe.address.set_text("127.0.0.1:" + std::to_string(silent.port));
+    probe.connect.clicked();
+    settle(dialog);
+    EXPECT_TRUE(dialog.isConnecting());
+    EXPECT_TRUE(dialog.get_visible());
+    keepBothShots(dialog, "live-connecting");
+    store.stopNetwork();  // as a reload does
+    EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+    EXPECT_TRUE(dialog.get_visible());
+}
+
+TEST_F(LiveDialogTest, ARefusalKeepsTheDialogOpen) {
+    store.startWorker();
+    present(dialog);
+    serve("");
+    logger.reset();  // nobody listens there any more
+    probe.connect.clicked();
+    EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+    EXPECT_TRUE(dialog.get_visible());
+    EXPECT_TRUE(probe.connect.get_sensitive());
+    EXPECT_FALSE(probe.spinner.get_visible());
+    const auto texts = takeTexts();
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.front().find("Network connection failed: "), 0U);
+
+    store.stopNetwork();
+    store.dumpToFile = true;
+    probe.connect.clicked();
+    EXPECT_FALSE(dialog.get_visible());
+    EXPECT_FALSE(store.networkInput);
+    store.dumpToFile = false;
+}
+
+TEST_F(LiveDialogTest, DefinitionsOfTheConnectionAreUsedIfTheyExist) {
+    settings.setVsdFile(scratch.write("mine.vsd", ""));
+    present(dialog);
+    serve("");
+    probe.dbcFile = scratch.file("absent.dbc");
+    store.hooks.liveConnection = [](Store&) {};
+    store.startWorker();
+    dialog.connectToLogger();
+    EXPECT_EQ(settings.getVsdFile(), scratch.file("mine.vsd"));
+    store.connectionChanged.emit();
+    ASSERT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+    probe.dbcFile = scratch.write("bus.dbc", "");
+    dialog.connectToLogger();
+    EXPECT_EQ(settings.getDbFile(), scratch.file("bus.dbc"));
+    EXPECT_EQ(settings.getVsdFile(), kNoFile);
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace trelis

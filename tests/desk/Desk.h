@@ -1,0 +1,122 @@
+// What the tests of windows and dialogs share: scratch settings, both themes, dialogs that answer.
+#pragma once
+
+#include <gtkmm/dialog.h>
+#include <gtkmm/messagedialog.h>
+#include <gtkmm/window.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/diagnostics/MessageLog.h"
+#include "config/settings/Settings.h"
+#include "plot/GuiTest.h"
+
+namespace trelis::test {
+
+/// Settings in a folder that is thrown away.
+struct ScratchSettings {
+    ScratchSettings() {
+        char name[] = "/tmp/sigmira_gui_XXXXXX";
+        folder = mkdtemp(name);
+        settings =
+            std::make_unique<Settings>(SettingsPaths{folder + "/settings", folder + "/lists"});
+    }
+    ScratchSettings(const ScratchSettings&) = delete;
+    ScratchSettings& operator=(const ScratchSettings&) = delete;
+    ~ScratchSettings() { std::filesystem::remove_all(folder); }
+
+    [[nodiscard]] std::string file(const std::string& name) const { return folder + "/" + name; }
+    std::string write(const std::string& name, const std::string& text) const {
+        std::ofstream(file(name)) << text;
+        return file(name);
+    }
+    [[nodiscard]] std::string read(const std::string& name) const {
+        std::ifstream stream(file(name));
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    std::string folder;
+    std::unique_ptr<Settings> settings;
+};
+
+/// Waits until the window was laid out and painted with all that changed: this happens with the
+/// next beats of its frame clock, not in the loop's own order.
+inline void settle(Gtk::Widget& widget) {
+    pumpPending();
+    int beats = 0;
+    const guint id = widget.add_tick_callback([&beats](const Glib::RefPtr<Gdk::FrameClock>&) {
+        ++beats;
+        return true;
+    });
+    EXPECT_TRUE(pump([&] { return beats >= 3; }));
+    widget.remove_tick_callback(id);
+}
+
+inline void setDark(bool dark) {
+    g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme",
+                 static_cast<gboolean>(dark), nullptr);
+    pumpPending();
+}
+
+/// The window on a light and a dark desktop.
+inline void keepBothShots(Gtk::Window& window, const std::string& name) {
+    settle(window);
+    keepShot(window, name);
+    setDark(true);
+    settle(window);
+    keepShot(window, name + "-dark");
+    setDark(false);
+    settle(window);
+}
+
+/// The texts that waited for the user, oldest first.
+inline std::vector<std::string> takeTexts() {
+    std::vector<std::string> texts;
+    while (!MessageLog::instance().isEmpty())
+        texts.push_back(MessageLog::instance().pop().text);
+    return texts;
+}
+
+/// While it lives, answers the first dialog that runs, once `prepare` says that it may.
+class DialogAnswer {
+  public:
+    explicit DialogAnswer(
+        int response, std::function<bool(Gtk::Dialog&)> prepare = [](Gtk::Dialog&) { return true; })
+        : response_(response), prepare_(std::move(prepare)) {
+        timer_ = Glib::signal_timeout().connect([this] { return look(); }, 20);
+    }
+    DialogAnswer(const DialogAnswer&) = delete;
+    DialogAnswer& operator=(const DialogAnswer&) = delete;
+    ~DialogAnswer() { timer_.disconnect(); }
+    [[nodiscard]] bool wasAsked() const { return asked_; }
+
+  private:
+    bool look() {
+        for (Gtk::Window* window : Gtk::Window::list_toplevels()) {
+            auto* dialog = dynamic_cast<Gtk::Dialog*>(window);
+            if (dialog == nullptr || !dialog->get_mapped()) continue;
+            constexpr int kMostLooks = 250;
+            if (!prepare_(*dialog) && ++looks_ < kMostLooks) continue;
+            EXPECT_LT(looks_, kMostLooks) << "the dialog never was as expected";
+            asked_ = true;
+            dialog->response(response_);
+            return false;
+        }
+        return true;
+    }
+
+    int response_;
+    std::function<bool(Gtk::Dialog&)> prepare_;
+    sigc::connection timer_;
+    bool asked_ = false;
+    int looks_ = 0;
+};
+
+}  // namespace trelis::test
