@@ -1,11 +1,14 @@
 #include "config/VirtSignDialog.h"
 
+#include <glibmm/convert.h>
+
 #include <array>
 #include <utility>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "config/settings/HelpFolder.h"
 #include "config/settings/Settings.h"
 #include "model/Message.h"
 #include "virtual/VirtualSignal.h"
@@ -14,7 +17,6 @@ namespace trelis {
 namespace {
 
 constexpr int kSpacing = 6;
-constexpr const char* kHelpFolder = "/usr/share/doc/sigmira/help/";
 constexpr const char* kSignalHint = "<canif>.<msg>.<signal>";
 
 }  // namespace
@@ -261,7 +263,7 @@ void VirtSignDialog::fillCompletions() {
 }
 
 void VirtSignDialog::openHelp(const std::string& topic) {
-    const std::string uri = std::string("file://") + kHelpFolder + topic + "/index.html";
+    const std::string uri = Glib::filename_to_uri(helpPage(topic));
     GError* error = nullptr;
     if (gtk_show_uri_on_window(gobj(), uri.c_str(), GDK_CURRENT_TIME, &error) != FALSE) return;
     report(Level::kWarning, error != nullptr ? error->message : "Could not open the help");

@@ -1,15 +1,16 @@
 // Window: the menu bar.
 #include <gdk/gdkkeysyms.h>
+#include <glibmm/convert.h>
 #include <gtkmm/separatormenuitem.h>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "config/settings/HelpFolder.h"
 #include "config/settings/Settings.h"
 #include "model/CanIface.h"
 #include "model/Frame.h"
 #include "plot/MenuIconItem.h"
 #include "plot/Window.h"
-#include "plot/WindowHelp.h"
 #include "virtual/GPSTrack.h"
 #include "virtual/VirtualMessage.h"
 
@@ -222,8 +223,8 @@ void Window::plotGps() {
 
 void Window::openGuide() {
     GError* error = nullptr;
-    gtk_show_uri_on_window(gobj(), ("file://" + std::string(kQuickGuidePath)).c_str(),
-                           GDK_CURRENT_TIME, &error);
+    const std::string uri = Glib::filename_to_uri(helpPage("sigmira_quick_guide"));
+    gtk_show_uri_on_window(gobj(), uri.c_str(), GDK_CURRENT_TIME, &error);
     if (error == nullptr) return;
     report(Level::kInfo, format("Couldn't open the quick guide: %s", error->message));
     g_error_free(error);

@@ -1,5 +1,7 @@
 // Window: dialogs that tell the user something, and that for the title.
+#include <gtkmm/box.h>
 #include <gtkmm/dialog.h>
+#include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 
 #include "app/diagnostics/MessageLog.h"
@@ -61,6 +63,15 @@ void Window::showHelp() {
     Gtk::MessageDialog dialog(*this, "Commands and controls", false, Gtk::MESSAGE_OTHER,
                               Gtk::BUTTONS_OK, true);
     dialog.set_secondary_text(helpMarkup(isDarkTheme(*this)), true);
+    // The link names the installed guide; the window finds the one of a build tree too.
+    for (Gtk::Widget* child : dialog.get_message_area()->get_children())
+        if (auto* label = dynamic_cast<Gtk::Label*>(child); label != nullptr)
+            label->signal_activate_link().connect(
+                [this](const Glib::ustring&) {
+                    openGuide();
+                    return true;
+                },
+                false);
     dialog.run();
 }
 
