@@ -168,6 +168,12 @@ void Store::markRequest() {
 }
 
 void Store::requestParse() {
+    // An import that met an unreadable file has ended the worker; the next request needs a new one.
+    if (!running && !shutDown_ && workerThread_.joinable()) {
+        workerThread_.join();
+        running = true;
+        startWorker();
+    }
     markRequest();
 }
 

@@ -77,7 +77,8 @@ class Store : public ModelContext {
     // ---- the worker
 
     void startWorker();
-    /// Asks the worker for a pass. Requests before it wakes are one.
+    /// Asks the worker for a pass, and starts it again if an input path ended it by `running`.
+    /// Requests before it wakes are one.
     void requestParse();
     /// One pass on the calling thread. PrintMsgError comes through; any other failure is reported
     /// and makes it return false.

@@ -251,6 +251,28 @@ TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
     EXPECT_EQ(passes, 2);
 }
 
+TEST_F(StoreTest, worksOnAfterAnInputThatEndedTheWorker) {
+    store.noGui = false;
+    Gate first;
+    Gate second;
+    int passes = 0;
+    store.hooks.logFiles = [&](Store& running) {
+        if (++passes == 1) {
+            running.running = false;
+            first.open();
+        } else {
+            second.open();
+        }
+    };
+    store.startWorker();
+    store.requestParse();
+    first.wait();
+    store.requestParse();
+    second.wait();
+    store.shutdown();
+    EXPECT_EQ(passes, 2);
+}
+
 TEST_F(StoreTest, shutsDownOnce) {
     int saved = 0;
     store.hooks.saveSettings = [&] { ++saved; };
