@@ -14,16 +14,27 @@ namespace {
 
 using Samples = std::span<const Sample>;
 
-/// Index of the first sample at or after `time`, from `first` on. Looks near `first` before far
-/// away, as the next column mostly starts about as far on as this one did.
-std::size_t findTime(Samples samples, std::size_t first, std::uint64_t time) {
+/// Index of the first sample at or after `time`, from `first` on. Looks around `guess` before it
+/// looks far away: each look at a sample far off costs a wait for memory.
+std::size_t findTime(Samples samples, std::size_t first, std::uint64_t time, std::size_t guess) {
     std::size_t low = first;
+    std::size_t high = samples.size();
     std::size_t step = 16;
-    while (low + step < samples.size() && samples[low + step].time < time) {
-        low += step;
-        step *= 2;
+    if (guess < high && samples[guess].time < time) {
+        low = guess + 1;
+        while (low + step < samples.size() && samples[low + step].time < time) {
+            low += step + 1;
+            step *= 2;
+        }
+        high = std::min(low + step, samples.size());
+    } else {
+        high = std::min(guess, high);
+        while (high >= first + step && samples[high - step].time >= time) {
+            high -= step;
+            step *= 2;
+        }
+        if (high >= first + step) low = high - step;
     }
-    const std::size_t high = std::min(low + step, samples.size());
     const auto found = std::lower_bound(
         samples.begin() + static_cast<std::ptrdiff_t>(low),
         samples.begin() + static_cast<std::ptrdiff_t>(high), time,
@@ -44,7 +55,10 @@ class SampleWalk {
             step(next_++);
             if (!pen_.isPending()) continue;  // after a gap the pen only stands there
             const std::uint64_t columnEnd = task_.axis.columnEnd(pen_.column());
-            const std::size_t stop = findTime(samples_, next_, std::min(columnEnd, task_.to));
+            // Columns mostly hold about as many samples as the one before.
+            const std::size_t stop =
+                findTime(samples_, next_, std::min(columnEnd, task_.to), next_ + columnSize_);
+            columnSize_ = stop - next_;
             takeColumn(next_, stop);
             next_ = stop;
         }
@@ -59,7 +73,7 @@ class SampleWalk {
     /// Puts the pen down at the left edge or at the first sample.
     bool start() {
         constexpr std::uint64_t kReach = kGapMs - 1;
-        const std::size_t first = findTime(samples_, 0, task_.from);
+        const std::size_t first = findTime(samples_, 0, task_.from, samples_.size() / 2);
         next_ = first;
         if (first == samples_.size()) {
             if (task_.from - samples_.back().time > kReach) return false;
@@ -134,7 +148,8 @@ class SampleWalk {
     const SamplePyramid& pyramid_;
     const std::atomic<bool>& cancel_;
     PainterThreadContext pen_;
-    std::size_t next_ = 0;  ///< the sample before it is the one that holds
+    std::size_t next_ = 0;        ///< the sample before it is the one that holds
+    std::size_t columnSize_ = 0;  ///< samples of the column before
 };
 
 /// Brings the pyramid up to date in steps, between which writers and rulers get the mutex.

@@ -17,12 +17,12 @@ namespace trelis {
 
 class Signal;
 
-/// Level 0 has a node for each block of 64 samples, each further level one for 16 nodes. That is
-/// 1.7 % of the memory of the samples. Not synchronised: guarded by the signal's sample mutex.
+/// Level 0 has a node for each block of 64 samples, each further level one for 4 nodes. That is
+/// 2.1 % of the memory of the samples. Not synchronised: guarded by the signal's sample mutex.
 class SamplePyramid {
   public:
     static constexpr std::size_t kBlock = 64;  ///< samples of a node of level 0
-    static constexpr std::size_t kFan = 16;    ///< nodes of a node of the next level
+    static constexpr std::size_t kFan = 4;     ///< nodes of a node of the next level
 
     /// Takes in samples that came since the last call, at most `most` of them; all anew if samples
     /// were forgotten in between. Says whether all are in. The last sample, which live storage
