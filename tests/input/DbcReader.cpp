@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <filesystem>
 #include <fstream>
 
@@ -280,6 +282,11 @@ TEST_F(DbcReader, wideSignalsDecodeInFullOnlyWhenTolerant) {
     EXPECT_EQ(signal(1, "B")->valueOf(data),
               0xF2F3F4F5F6 - 0x1p40);  // F2 to F6, first byte highest
     EXPECT_EQ(signal(1, "E")->valueOf(data), static_cast<double>(0xF5F6F7F800));
+    const std::array<StoredFrame, 2> run{StoredFrame(0, 8, data), StoredFrame(50, 8, 0)};
+    signal(1, "L")->decodeRun(run, 1000, {});
+    ASSERT_EQ(signal(1, "L")->samples().size(), 2U);
+    EXPECT_EQ(signal(1, "L")->samples()[0].value, 2.0 * 0xF6F5F4F3F2 + 1);
+    EXPECT_EQ(signal(1, "L")->samples()[1].time, 1050U);
     const auto pi = std::bit_cast<std::uint64_t>(3.14159);
     EXPECT_EQ(signal(1, "D")->valueOf(pi), 3.14159);
     EXPECT_EQ(signal(1, "R")->valueOf(__builtin_bswap64(pi)), 3.14159);
