@@ -123,7 +123,7 @@ void ConnectLiveDialog::layOut() {
 
 void ConnectLiveDialog::on_show() {
     fillOnce();
-    address_.grab_focus();
+    title_.grab_focus();  // an entry with the focus does not show its hint
     Gtk::Window::on_show();
 }
 

@@ -1,4 +1,5 @@
 // The part of the editor that reads and writes the definition file.
+#include <glibmm/fileutils.h>
 #include <gtkmm/messagedialog.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "config/VirtSignDialog.h"
+#include "config/VsdText.h"
 #include "model/Message.h"
 #include "virtual/VirtualMessage.h"
 #include "virtual/VirtualSignal.h"
@@ -43,18 +45,23 @@ std::string pathOf(const std::string& group) {
     return group.find('.') == std::string::npos ? "Virt.Virtual." + group : "Virt." + group;
 }
 
+struct DefinitionFile {
+    std::string text;
+    Glib::KeyFile keys;
+};
+
 // An empty result: the failure has been told.
-std::optional<Glib::KeyFile> loadDefinitions(const std::string& path) {
-    std::optional<Glib::KeyFile> keyFile(std::in_place);
+std::optional<DefinitionFile> loadDefinitions(const std::string& path) {
+    std::optional<DefinitionFile> file(std::in_place);
     try {
-        keyFile->load_from_file(path,
-                                Glib::KEY_FILE_KEEP_COMMENTS | Glib::KEY_FILE_KEEP_TRANSLATIONS);
+        file->text = Glib::file_get_contents(path);
+        file->keys.load_from_data(file->text);
+        return file;
     } catch (const Glib::Error& error) {
         report(Level::kWarning, format("Could not read VSD file: %s, error: %s", path.c_str(),
                                        error.what().c_str()));
-        keyFile.reset();
     }
-    return keyFile;
+    return std::nullopt;
 }
 
 std::string localTime() {
@@ -97,13 +104,14 @@ std::shared_ptr<Signal> findSignal(Store& store, const std::string& path) {
 void VirtSignDialog::openGroup(const std::shared_ptr<Signal>& signal,
                                const std::shared_ptr<VirtualSignal>& definition) {
     const std::string& group = definition->vsdGroup;
-    const auto keyFile = loadDefinitions(definition->vsdFile);
-    if (!keyFile) return;
-    if (!keyFile->has_group(group) || !keyFile->has_key(group, kMethodKey)) {
+    const auto file = loadDefinitions(definition->vsdFile);
+    if (!file) return;
+    const Glib::KeyFile& keys = file->keys;
+    if (!keys.has_group(group) || !keys.has_key(group, kMethodKey)) {
         report(Level::kWarning, "Can't find method in VSD file");
         return;
     }
-    const std::string text = keyFile->get_string(group, kMethodKey);
+    const std::string text = keys.get_string(group, kMethodKey);
     const auto found = std::find_if(methods_.begin(), methods_.end(),
                                     [&](const auto& entry) { return entry->name() == text; });
     if (found == methods_.end()) {
@@ -116,7 +124,7 @@ void VirtSignDialog::openGroup(const std::shared_ptr<Signal>& signal,
     fillCompletions();
     clearForm();
     methodChoice_.set_active(static_cast<int>(found - methods_.begin()));
-    loadRows(*keyFile, group);
+    loadRows(keys, group);
     present("Edit virtual signal");
 }
 
@@ -193,18 +201,18 @@ bool VirtSignDialog::tryDefinition(const std::string& group) const {
 }
 
 bool VirtSignDialog::storeDefinition(const std::string& group) {
-    auto keyFile = loadDefinitions(vsdFile_);
-    if (!keyFile) return false;
-    if (group != editedGroup_ && keyFile->has_group(group)) {
+    const auto file = loadDefinitions(vsdFile_);
+    if (!file) return false;
+    if (group != editedGroup_ && file->keys.has_group(group)) {
         report(Level::kWarning, format("VSD file %s already has signal with that name (%s)",
                                        vsdFile_.c_str(), group.c_str()));
         return false;
     }
     try {
-        for (const std::string& old : {editedGroup_, group})
-            if (!old.empty() && keyFile->has_group(old)) keyFile->remove_group(old);
-        if (!writeSignal(*keyFile, group)) return false;
-        replaceFile(vsdFile_, keyFile->to_data().raw());
+        Glib::KeyFile definition;
+        if (!writeSignal(definition, group)) return false;
+        const std::string others = removeGroup(removeGroup(file->text, editedGroup_), group);
+        replaceFile(vsdFile_, appendGroup(others, definition.to_data().raw()));
         return true;
     } catch (const Glib::Exception& error) {
         report(Level::kWarning, format("Could not store changes to VSD file %s:\n%s",
@@ -263,14 +271,14 @@ void VirtSignDialog::deleteSignal() {
     question.set_secondary_text("Deleted signals can't be restored.");
     if (question.run() != Gtk::RESPONSE_YES) return;
     question.hide();
-    auto keyFile = loadDefinitions(vsdFile_);
-    if (!keyFile) return;
+    const auto file = loadDefinitions(vsdFile_);
+    if (!file) return;
     std::string reason;
     try {
-        keyFile->remove_group(editedGroup_);
-        replaceFile(vsdFile_, keyFile->to_data().raw());
-    } catch (const Glib::Exception& error) {
-        reason = error.what();
+        if (file->keys.has_group(editedGroup_))
+            replaceFile(vsdFile_, removeGroup(file->text, editedGroup_));
+        else
+            reason = "There is no group " + editedGroup_;
     } catch (const std::exception& error) {
         reason = error.what();
     }

@@ -1,0 +1,522 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <regex>
+
+#include "app/store/Store.h"
+#include "config/VirtSignDialog.h"
+#include "config/VsdText.h"
+#include "desk/Desk.h"
+#include "input/VsdFile.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+#include "model/builtin/LoggerMessage.h"
+#include "virtual/VirtualSignal.h"
+
+namespace trelis {
+
+class EditorProbe {
+  public:
+    explicit EditorProbe(VirtSignDialog& dialog) : dialog_(dialog) {}
+
+    InputRow& row(const std::string& key) {
+        if (key == "name") return dialog_.name_;
+        if (key == "unit") return dialog_.unit_;
+        if (InputRow* own = dialog_.method().findRow(key)) return *own;
+        for (const auto& row : dialog_.commonRows_)
+            if (row->key() == key) return *row;
+        for (const auto& row : dialog_.inputs_)
+            if (row->key() == key) return *row;
+        throw std::out_of_range(key);
+    }
+    void fill(const std::string& key, const std::string& text) {
+        if (auto* entry = dynamic_cast<EntryString*>(&row(key)))
+            entry->setValue(text);
+        else if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key)))
+            choice->setValue(text);
+        else
+            dynamic_cast<EntryBool&>(row(key)).setValue(text == "Yes");
+    }
+    std::string shown(const std::string& key) {
+        if (auto* entry = dynamic_cast<EntryString*>(&row(key))) return entry->value();
+        if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key))) return choice->value();
+        return dynamic_cast<EntryBool&>(row(key)).value() ? "Yes" : "No";
+    }
+    void choose(const std::string& method) { dialog_.methodChoice_.set_active_text(method); }
+    std::string method() { return dialog_.methodChoice_.get_active_text(); }
+    void setInputs(const std::vector<std::string>& paths) {
+        if (!paths.empty()) dialog_.inputCount_.set_value(static_cast<double>(paths.size()));
+        for (std::size_t i = 0; i < paths.size(); ++i)
+            dialog_.inputs_.at(i)->setValue(paths[i]);
+    }
+    std::size_t inputCount() { return dialog_.inputs_.size(); }
+    std::size_t completions() { return dialog_.signalPaths_->children().size(); }
+    void toggleCommon() { dialog_.commonButton_.clicked(); }
+    std::string commonLabel() { return dialog_.commonButton_.get_label(); }
+    bool inputsVisible() { return dialog_.inputFrame_.get_visible(); }
+    Gtk::Button& deleteButton() { return dialog_.deleteButton_; }
+
+  private:
+    VirtSignDialog& dialog_;
+};
+
+namespace test {
+namespace {
+
+constexpr const char* kBus =
+    "BO_ 100 Engine: 8 X\n"
+    " SG_ rpm : 0|16@1+ (1,0) [0|8000] \"rpm\" X\n"
+    " SG_ torque : 16|16@1+ (1,0) [0|500] \"Nm\" X\n";
+constexpr const char* kProject =
+    "# The project of a test\n"
+    "[settings]\n"
+    "ifname_0=Can\n"
+    "dbcfile_0=bus.dbc\n"
+    "\n"
+    "# Kept as it is\n"
+    "[Power.first]\n"
+    "method=expression\n"
+    "signal_01=Can.Engine.rpm\n"
+    "expr=$01 * 2\n"
+    "step=100\n"
+    "\n"
+    "# Not a method of the editor\n"
+    "[Power.total]\n"
+    "method=sum\n"
+    "signal_01=Virt.Power.first\n"
+    "step=100\n";
+
+class EditorTest : public ::testing::Test {
+  protected:
+    EditorTest() {
+        scratch.write("bus.dbc", kBus);
+        settings.setVsdFile(scratch.write("project.vsd", kProject));
+        load();
+        takeTexts();
+    }
+    ~EditorTest() override {
+        pumpPending();
+        takeTexts();
+    }
+    void load() {
+        store.clearAll();
+        addLoggerInterface(store);
+        loadVsdFile(store, scratch.file("project.vsd"));
+    }
+    std::string project() { return scratch.read("project.vsd"); }
+    Glib::KeyFile keys() {
+        Glib::KeyFile file;
+        file.load_from_file(scratch.file("project.vsd"));
+        return file;
+    }
+    void edit(const std::string& path) {
+        dialog.editSignal(store.getSignal(path));
+        pumpPending();
+    }
+    /// A new signal that could be saved.
+    void beginExpression(const std::string& name) {
+        dialog.newSignal("Power");
+        probe.choose("expression");
+        probe.fill("name", name);
+        probe.fill("step", "20");
+        probe.fill("expr", "$01 + 1");
+        probe.setInputs({"Can.Engine.rpm"});
+    }
+    /// Saves, and expects the refusal with this text and an untouched file.
+    void expectRefused(const std::string& text) {
+        const std::string before = project();
+        takeTexts();
+        dialog.saveChanges();
+        const auto texts = takeTexts();
+        ASSERT_FALSE(texts.empty()) << text;
+        EXPECT_NE(texts.back().find(text), std::string::npos) << texts.back();
+        EXPECT_TRUE(dialog.get_visible());
+        EXPECT_EQ(project(), before);
+        EXPECT_EQ(reloads, 0);
+    }
+
+    ScratchSettings scratch;
+    Settings& settings = *scratch.settings;
+    Store store;
+    Gtk::Window parent;
+    int reloads = 0;
+    std::string selected;
+    VirtSignDialog dialog{parent, store, settings, {[this](const std::string& path) {
+                              ++reloads;
+                              selected = path;
+                              load();
+                          }}};
+    EditorProbe probe{dialog};
+};
+
+// ---- every method there and back
+
+struct RoundTrip {
+    const char* method;
+    std::vector<std::pair<std::string, std::string>> rows;
+    std::vector<std::string> inputs;
+    bool hasSamples = true;
+
+    friend void PrintTo(const RoundTrip& trip, std::ostream* out) { *out << trip.method; }
+};
+
+class EveryMethod : public EditorTest, public ::testing::WithParamInterface<RoundTrip> {
+  protected:
+    /// A triangle of ten seconds between 0 and 20 on all inputs, and a place within the fences.
+    void feed() {
+        for (const char* path : {"Can.Engine.rpm", "Can.Engine.torque"})
+            for (std::uint64_t ms = 0; ms <= 60000; ms += 50)
+                store.getSignal(path)->addSample(
+                    1000 + ms, 20 - std::abs(static_cast<double>(ms % 10000) / 250 - 20));
+        for (const char* path : {"Logger.GPS_POS.lat", "Logger.GPS_POS.N_S", "Logger.GPS_POS.long",
+                                 "Logger.GPS_POS.E_W"})
+            for (std::uint64_t ms = 0; ms <= 60000; ms += 1000)
+                store.getSignal(path)->addSample(1000 + ms, static_cast<double>(ms));
+    }
+    static void expectComputed(VirtualSignal& signal, bool hasSamples) {
+        signal.calculate();
+        if (hasSamples) {
+            EXPECT_FALSE(signal.samples().empty());
+            return;
+        }
+        double summary = 0;
+        EXPECT_TRUE(signal.summaryValue(summary));
+    }
+};
+
+std::vector<RoundTrip> roundTrips() {
+    const std::vector<std::string> one = {"Can.Engine.rpm"};
+    const std::vector<std::string> two = {"Can.Engine.rpm", "Can.Engine.torque"};
+    const std::string reset = "Can.Engine.torque";
+    return {
+        {"expression", {{"step", "100"}, {"radians", "Yes"}, {"expr", "max($01, $02)"}}, two},
+        {"average",
+         {{"step", "100"}, {"window", "500"}, {"onlyPos", "Yes"}, {"onlyNeg", "No"}},
+         one},
+        {"integrate",
+         {{"onlyPos", "Yes"}, {"minSum", "-5.5"}, {"maxSum", "1000000"}, {"resetSig", reset}},
+         one},
+        {"derive", {{"step", "100"}}, one},
+        {"slope",
+         {{"step", "100"},
+          {"posSlopeIncr", "1.5"},
+          {"posSlopeDecr", "2.5"},
+          {"negSlopeIncr", "3.5"},
+          {"negSlopeDecr", "4.5"}},
+         one},
+        {"count", {{"step", "100"}, {"above", "15"}, {"below", "5"}, {"resetSig", reset}}, one},
+        {"time",
+         {{"step", "100"},
+          {"above", "15"},
+          {"below", "5"},
+          {"countAbove", "No"},
+          {"resetSig", reset}},
+         one},
+        {"accumulate", {{"step", "100"}, {"resetSig", reset}}, one},
+        {"frequency",
+         {{"step", "50"}, {"samples", "2"}, {"filter", "15"}, {"peaks", "1"}, {"amplitude", "Yes"}},
+         one},
+        {"estimate",
+         {{"step", "100"}, {"highLimit", "15"}, {"lowLimit", "5"}, {"offValue", "1"}},
+         one},
+        {"IIR", {{"step", "100"}, {"K", "10.25"}}, one},
+        {"statistics", {{"step", "100"}, {"type", "min"}}, one, false},
+        {"lookuptable", {{"step", "100"}, {"file", "table.txt"}}, one},
+        {"above", {{"step", "100"}, {"above", "15"}, {"below", "5"}}, one},
+        {"below", {{"step", "100"}, {"above", "15"}, {"below", "5"}}, one},
+        {"geofence",
+         {{"step", "1000"}, {"type", "circle"}, {"center", "57.5;-12.25"}, {"radius", "150"}},
+         {}},
+        {"geofence",
+         {{"step", "1000"}, {"type", "square"}, {"topleft", "2;1"}, {"bottomright", "1;2"}},
+         {}},
+    };
+}
+
+TEST_P(EveryMethod, IsSavedLoadedComputedAndShownAgain) {
+    const RoundTrip& trip = GetParam();
+    scratch.write("table.txt", "0 0\n20 100\n");
+    present(dialog);
+    dialog.newSignal("Test");
+    EXPECT_EQ(probe.shown("name"), "Test.new_signal");
+    probe.choose(trip.method);
+    probe.fill("unit", "km/h");
+    probe.setInputs(trip.inputs);
+    EXPECT_EQ(probe.inputsVisible(), !trip.inputs.empty());
+    for (const auto& [key, text] : trip.rows)
+        probe.fill(key, text);
+    probe.fill("fact", "2");
+    settle(dialog);
+    keepShot(dialog, std::string("editor-") + trip.method);
+    dialog.saveChanges();
+    EXPECT_TRUE(takeTexts().empty());
+    EXPECT_FALSE(dialog.get_visible());
+    ASSERT_EQ(selected, "Virt.Test.new_signal");
+
+    const auto file = keys();
+    const std::string group = "Test.new_signal";
+    EXPECT_EQ(file.get_string(group, "method"), trip.method);
+    EXPECT_EQ(file.get_string(group, "fact"), "2");
+    EXPECT_FALSE(file.has_key(group, "hidden"));
+    EXPECT_TRUE(std::regex_match(file.get_string(group, "Sigmira").raw(),
+                                 std::regex("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d")));
+    for (std::size_t i = 0; i < trip.inputs.size(); ++i)
+        EXPECT_EQ(file.get_string(group, "signal_0" + std::to_string(i + 1)), trip.inputs[i]);
+
+    const auto signal = std::dynamic_pointer_cast<VirtualSignal>(store.getSignal(selected));
+    ASSERT_TRUE(signal);
+    EXPECT_EQ(signal->unit, "km/h");
+    feed();
+    expectComputed(*signal, trip.hasSamples);
+
+    dialog.editSignal(signal);
+    EXPECT_EQ(dialog.get_title(), "Edit virtual signal");
+    EXPECT_EQ(probe.method(), trip.method);
+    EXPECT_EQ(probe.shown("name"), group);
+    EXPECT_EQ(probe.inputCount(), trip.inputs.size());
+    for (const auto& [key, text] : trip.rows) {
+        const bool isFloat = dynamic_cast<EntryFloat*>(&probe.row(key)) != nullptr;
+        EXPECT_EQ(probe.shown(key), isFloat ? std::to_string(std::stod(text)) : text) << key;
+    }
+    const std::string before = std::regex_replace(project(), std::regex("Sigmira=.*"), "");
+    dialog.saveChanges();
+    EXPECT_EQ(std::regex_replace(project(), std::regex("Sigmira=.*"), ""), before)
+        << "saving what was loaded changes nothing";
+}
+
+INSTANTIATE_TEST_SUITE_P(Editor, EveryMethod, ::testing::ValuesIn(roundTrips()),
+                         [](const auto& tested) {
+                             return std::string(tested.param.method) + std::to_string(tested.index);
+                         });
+
+// ---- the form
+
+TEST_F(EditorTest, PicturesOfAllStates) {
+    dialog.newSignal("");
+    present(dialog);
+    EXPECT_EQ(dialog.get_title(), "New virtual signal");
+    EXPECT_EQ(probe.shown("name"), "");
+    EXPECT_FALSE(probe.deleteButton().get_sensitive());
+    keepBothShots(dialog, "editor-new");
+    edit("Virt.Power.first");
+    EXPECT_EQ(probe.commonLabel(), "Show common options");
+    probe.toggleCommon();
+    EXPECT_EQ(probe.commonLabel(), "Hide common options");
+    keepBothShots(dialog, "editor-edit-common");
+    probe.choose("geofence");
+    keepBothShots(dialog, "editor-switched");
+}
+
+TEST_F(EditorTest, CompletionOffersAllSignalsButTheEditedOne) {
+    dialog.newSignal("");
+    const std::size_t all = probe.completions();
+    EXPECT_GT(all, 3U);
+    edit("Virt.Power.first");
+    EXPECT_EQ(probe.completions(), all - 1);
+}
+
+TEST_F(EditorTest, InputsFollowTheMethod) {
+    dialog.newSignal("");
+    probe.choose("expression");
+    probe.setInputs({"a", "b", "c"});
+    EXPECT_EQ(probe.inputCount(), 3U);
+    probe.choose("average");
+    EXPECT_EQ(probe.inputCount(), 1U);
+    probe.choose("geofence");
+    EXPECT_EQ(probe.inputCount(), 0U);
+    probe.choose("lookuptable");
+    EXPECT_EQ(probe.inputCount(), 1U);
+}
+
+// ---- what stands in the way
+
+TEST_F(EditorTest, ABadDefinitionIsNeverWritten) {
+    beginExpression("Power.bad");
+    present(dialog);
+    probe.fill("expr", "max(");
+    expectRefused("Can't create signal:\n\n\"");
+    probe.fill("expr", "$01");
+    probe.fill("step", "soon");
+    expectRefused("The value of 'step' is not a number: soon");
+    probe.fill("step", "20");
+    probe.fill("fact", "0");
+    expectRefused("Factor can not be zero");
+    probe.fill("fact", "");
+    probe.setInputs({"Can.Engine.absent"});
+    expectRefused("Can't create signal");
+    probe.setInputs({"Can.Engine.rpm"});
+    for (const char* name : {"", ".a", "a.", "a.b.c", "a b", "settings", "a[b"}) {
+        probe.fill("name", name);
+        expectRefused("Signal name must have form <msgName>.<signalName>");
+    }
+    probe.fill("name", "Power.total");
+    expectRefused("VSD file " + scratch.file("project.vsd") +
+                  " already has signal with that name (Power.total)");
+    store.parsing = true;
+    expectRefused("Wait for parse to complete");
+    store.parsing = false;
+}
+
+TEST_F(EditorTest, ASignalMustNotLeadToItself) {
+    edit("Virt.Power.first");
+    probe.setInputs({"Virt.Power.first"});
+    expectRefused("Signal is referring to it self.");
+    probe.setInputs({"Virt.Power.total"});
+    expectRefused("Signal is referring to it self.");
+}
+
+TEST_F(EditorTest, WhatItCannotOpenIsTold) {
+    const auto refused = [&](const std::shared_ptr<Signal>& signal) {
+        dialog.editSignal(signal);
+        const auto texts = takeTexts();
+        return texts.empty() ? std::string() : texts.back();
+    };
+    EXPECT_EQ(refused(store.getSignal("Virt.Power.total")), "Can't handle method: sum");
+    EXPECT_EQ(refused(store.getSignal("Can.Engine.rpm")), "trying to edit non-virtual signal");
+    const auto first = store.getSignal("Virt.Power.first");
+    const std::string whole = project();
+    scratch.write("project.vsd", "[Power.first]\nmethod=expression\nstep=later\n");
+    EXPECT_EQ(refused(first), "Unexpected error when opening signal");
+    scratch.write("project.vsd", "[Power.first]\nstep=1\n");
+    EXPECT_EQ(refused(first), "Can't find method in VSD file");
+    std::filesystem::remove(scratch.file("project.vsd"));
+    EXPECT_EQ(refused(first).find("Could not read VSD file: " + scratch.file("project.vsd")), 0U);
+    EXPECT_FALSE(dialog.get_visible());
+
+    // A refusal leaves an open form with the signal that it was about.
+    scratch.write("project.vsd", whole);
+    load();
+    edit("Virt.Power.first");
+    EXPECT_EQ(refused(store.getSignal("Virt.Power.total")), "Can't handle method: sum");
+    dialog.saveChanges();
+    EXPECT_EQ(selected, "Virt.Power.first");
+    EXPECT_TRUE(keys().has_group("Power.total"));
+}
+
+TEST_F(EditorTest, AProtectedFileLosesNothing) {
+    beginExpression("Power.more");
+    present(dialog);
+    chmod(scratch.file("project.vsd").c_str(), 0444);
+    chmod(scratch.folder.c_str(), 0755);
+    const bool superuser = geteuid() == 0;
+    constexpr uid_t kNobody = 65534;
+    if (superuser) {
+        ASSERT_EQ(seteuid(kNobody), 0);
+    }
+    expectRefused("Could not store changes to VSD file " + scratch.file("project.vsd") + ":\n");
+    if (superuser) {
+        ASSERT_EQ(seteuid(0), 0);
+    }
+}
+
+// ---- changing, copying, deleting
+
+TEST(VsdTextTest, RemovesOneGroupAndNothingElse) {
+    struct Case {
+        const char* text;
+        const char* expected;
+    };
+    for (const auto& [text, expected] : std::vector<Case>{
+             {"", ""},
+             {"[a]\nx=1", ""},
+             {"[ab]\nx=1\n[b]\ny=2\n", "[ab]\nx=1\n[b]\ny=2\n"},
+             {"# top\n[a]\nx=1\n# in a\ny=2\n\n# of b\n[b]\nz=3\n", "# top\n\n# of b\n[b]\nz=3\n"},
+             {" [a] \r\nx=[b]\r\n[b]\r\nz=3\r\n", "[b]\r\nz=3\r\n"},
+             {"[a]\nx=1\n[b]\n[a]\ny=2\n# end\n", "[b]\n"}})
+        EXPECT_EQ(removeGroup(text, "a"), expected) << text;
+    EXPECT_EQ(appendGroup("[a]\nx=1\n\n\n", "[b]"), "[a]\nx=1\n\n[b]\n");
+    EXPECT_EQ(appendGroup("", "[b]\n"), "[b]\n");
+}
+
+TEST_F(EditorTest, OthersAndCommentsSurviveARename) {
+    edit("Virt.Power.first");
+    probe.fill("name", "Power.renamed");
+    chmod(scratch.file("project.vsd").c_str(), 0640);
+    dialog.saveChanges();
+    EXPECT_EQ(selected, "Virt.Power.renamed");
+    const auto file = keys();
+    EXPECT_FALSE(file.has_group("Power.first"));
+    EXPECT_EQ(file.get_string("Power.renamed", "expr"), "$01 * 2");
+    EXPECT_EQ(file.get_string("Power.total", "method"), "sum");
+    const std::string head =
+        std::string(kProject).substr(0, std::string(kProject).find("[Power.f"));
+    const std::string tail = std::string(kProject).substr(std::string(kProject).find("# Not"));
+    EXPECT_EQ(project().find(head + "\n" + tail + "\n[Power.renamed]\nmethod=expression\n"), 0U)
+        << project();
+    struct stat facts {};
+    ASSERT_EQ(stat(scratch.file("project.vsd").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777U, 0640U);
+}
+
+TEST_F(EditorTest, OldSpellingsAndDigitsAreKept) {
+    scratch.write("project.vsd", std::string(kProject) +
+                                     "[Old]\nmethod=average\nsignal=Can.Engine.rpm\nstep=10\n"
+                                     "window=20\nfactor=0.00000012345\nminLimit=1\navg=40\n");
+    load();
+    edit("Virt.Virtual.Old");
+    EXPECT_EQ(probe.shown("signal_01"), "Can.Engine.rpm");
+    EXPECT_EQ(probe.shown("avgWindow"), "40");
+    dialog.saveChanges();
+    EXPECT_EQ(selected, "Virt.Virtual.Old");
+    const auto file = keys();
+    EXPECT_EQ(file.get_double("Old", "fact"), 0.00000012345);
+    EXPECT_EQ(file.get_double("Old", "minLim"), 1.0);
+    EXPECT_EQ(file.get_integer("Old", "avgWindow"), 40);
+    EXPECT_FALSE(file.has_key("Old", "signal"));
+}
+
+TEST_F(EditorTest, ACopyIsANewSignal) {
+    edit("Virt.Power.first");
+    dialog.duplicate();
+    EXPECT_EQ(dialog.get_title(), "New virtual signal");
+    EXPECT_EQ(probe.shown("name"), "Power.first_copy");
+    EXPECT_FALSE(probe.deleteButton().get_sensitive());
+    pressKey(dialog, GDK_KEY_s, GDK_CONTROL_MASK);
+    EXPECT_EQ(selected, "Virt.Power.first_copy");
+    EXPECT_TRUE(keys().has_group("Power.first"));
+    EXPECT_EQ(keys().get_string("Power.first_copy", "expr"), "$01 * 2");
+}
+
+TEST_F(EditorTest, DeletingAsksAndSparesWhatIsUsed) {
+    int reloadRequests = 0;
+    store.reloadRequested.connect([&] { ++reloadRequests; });
+    edit("Virt.Power.first");
+    dialog.deleteSignal();
+    EXPECT_EQ(takeTexts(),
+              std::vector<std::string>{"Can't delete signal,  other virtual signals still use it "
+                                       "as input:\n\t- Virt.Power.total"});
+
+    scratch.write("project.vsd", std::string(kProject) +
+                                     "[Power.top]\nmethod=derive\nsignal_01=Virt.Power.total\n"
+                                     "step=10\navgWindow=50\n");
+    load();
+    edit("Virt.Power.top");
+    const std::string before = project();
+    {
+        const DialogAnswer answer(Gtk::RESPONSE_NO, [](Gtk::Dialog& asked) {
+            auto& question = dynamic_cast<Gtk::MessageDialog&>(asked);
+            EXPECT_EQ(question.property_text(), "Do you want to delete this signal?");
+            EXPECT_EQ(question.property_secondary_text(), "Deleted signals can't be restored.");
+            settle(question);
+            keepShot(question, "editor-delete");
+            return true;
+        });
+        dialog.deleteSignal();
+        EXPECT_TRUE(answer.wasAsked());
+    }
+    EXPECT_EQ(project(), before);
+    {
+        const DialogAnswer answer(Gtk::RESPONSE_YES);
+        dialog.deleteSignal();
+    }
+    EXPECT_FALSE(keys().has_group("Power.top"));
+    EXPECT_TRUE(keys().has_group("Power.total"));
+    EXPECT_TRUE(pump([&] { return reloadRequests == 1; }));
+}
+
+}  // namespace
+}  // namespace test
+}  // namespace trelis
