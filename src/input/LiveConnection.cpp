@@ -39,7 +39,7 @@ enum class Answer { kGood, kLast };
 class Session {
   public:
     Session(Store& store, LiveLink& link, int socket)
-        : store_(store), link_(link), socket_(socket) {
+        : store_(store), link_(link), socket_(socket), batch_(store) {
         link_.open(socket);
         if (!store_.decryptionKey.empty()) encrypted_.emplace();
     }
@@ -86,8 +86,9 @@ class Session {
             frame.dlc = record[8];
             std::memcpy(frame.data.data(), record.data() + 9, frame.data.size());
             frame.interface = record[17];
-            handleRecord(store_, frame);
+            batch_.add(frame);
         }
+        batch_.flush();
     }
 
     Answer takePlain() {
@@ -119,6 +120,7 @@ class Session {
     Store& store_;
     LiveLink& link_;
     const int socket_;
+    RecordBatch batch_;
     std::optional<EncryptedStream> encrypted_;  // with a key
     bool noDataYet_ = true;
 };

@@ -48,6 +48,10 @@ std::shared_ptr<Signal> Message::getSignal(const std::string& signalName) const 
 
 void Message::postFrame(const Frame& /*frame*/, std::uint64_t /*absoluteTime*/) {}
 
+std::vector<StoredFrame>* Message::heldFrames() { return nullptr; }
+
+void Message::decodeHeld() {}
+
 void Message::clearMessage() {
     for (const auto& signal : signals) signal->resetAll();
     signalsByName.clear();

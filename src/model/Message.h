@@ -16,6 +16,7 @@ namespace trelis {
 
 class FrameSource;
 class Signal;
+class StoredFrame;
 
 /// Held by shared pointers. Signals are added only while no parse runs.
 class Message : public UseCounts, public std::enable_shared_from_this<Message> {
@@ -37,6 +38,11 @@ class Message : public UseCounts, public std::enable_shared_from_this<Message> {
     [[nodiscard]] virtual std::shared_ptr<Signal> getSignal(const std::string& signalName) const;
     /// Takes one frame with its absolute time in ms.
     virtual void postFrame(const Frame& frame, std::uint64_t absoluteTime);
+    /// Where a running input may gather frames, with absolute times, until decodeHeld: many of one
+    /// message decode faster together. Null for a message that takes them by postFrame only.
+    [[nodiscard]] virtual std::vector<StoredFrame>* heldFrames();
+    /// Decodes what was gathered, in order, and forgets it.
+    virtual void decodeHeld();
     /// Drops all signals and the parent.
     virtual void clearMessage();
     [[nodiscard]] virtual bool isWanted() const;

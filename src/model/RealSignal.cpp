@@ -160,11 +160,13 @@ void RealSignal::decodeWideRun(std::span<const StoredFrame> frames, std::uint64_
 }
 
 // The inner loop of a full decode: it leaves the registers only when the raw value changed or the
-// storage rules about time may fire. Equal raw values are equal values, so nothing is missed.
+// storage rules about time may fire. Equal raw values are equal values, so nothing is missed but
+// the way of a running stream's end marker, which catches up before and after.
 template <bool kBigEndian, bool kMultiplexed>
 void RealSignal::decodeBits(std::span<const StoredFrame> frames, std::uint64_t baseTime,
                             std::span<const std::int32_t> muxes) {
     const BitField field = bits_;
+    const bool live = liveStorage();
     bool first = true;
     std::uint32_t held = 0;
     std::uint64_t seen = lastSeenTime;
@@ -177,6 +179,7 @@ void RealSignal::decodeBits(std::span<const StoredFrame> frames, std::uint64_t b
         const std::uint64_t time = baseTime + frames[i].time();
         if (raw != held || first || time - seen > kGapMs || time - stored > kGapMs - 1) {
             lastSeenTime = seen;
+            if (live && !first) samples_.back().time = seen;
             storeSample(time, physical(raw));
             stored = lastStoredTime;
             held = raw;
@@ -185,6 +188,7 @@ void RealSignal::decodeBits(std::span<const StoredFrame> frames, std::uint64_t b
         seen = time;
     }
     lastSeenTime = seen;
+    if (live && !first) samples_.back().time = seen;
 }
 
 }  // namespace trelis
