@@ -6,7 +6,6 @@
 #include <atomic>
 #include <csignal>
 #include <random>
-#include <regex>
 #include <thread>
 
 #include "input/stream/BlockMaker.h"
@@ -236,9 +235,12 @@ TEST(StreamCodec, InitRefusesAnUnknownDirection) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(initStreamCodec(codec, 2), 1);
     const std::string printed = testing::internal::GetCapturedStderr();
-    EXPECT_TRUE(std::regex_match(
-        printed, std::regex("\033\\[31m\\d{8} \\d\\d:\\d\\d:\\d\\d\\.\\d{6} ERR Invalid "
-                            "compression direction: 2\033\\[0m\n")))
+    // Every digit of the time stamp stands for any other.
+    std::string form = printed;
+    std::replace_if(
+        form.begin(), form.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+    EXPECT_EQ(form,
+              "\033[00m00000000 00:00:00.000000 ERR Invalid compression direction: 0\033[0m\n")
         << printed;
     EXPECT_EQ(initStreamCodec(codec, 0), 0);
     freeStreamCodec(&codec);
