@@ -21,6 +21,7 @@ bin/sigmira
 bin/simlogger
 share/applications/sigmira.desktop
 share/bash-completion/completions/sigmira
+share/doc/sigmira/examples/fleet/run-fleet
 share/doc/sigmira/help/help.css
 share/doc/sigmira/help/method_average/index.html
 share/doc/sigmira/help/sigmira_quick_guide/index.html
