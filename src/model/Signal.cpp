@@ -73,8 +73,6 @@ void Signal::addSample(std::uint64_t time, double value) {
     storeSample(time, value);
 }
 
-bool Signal::liveStorage() const { return context_.liveMode.load(std::memory_order_relaxed); }
-
 void Signal::storeLive(std::uint64_t time, double value) {
     if (samples_.empty()) {
         append(time, value);
@@ -100,17 +98,6 @@ void Signal::storeLive(std::uint64_t time, double value) {
     }
     lastSeenTime = time;
     hasData.store(true, std::memory_order_relaxed);
-}
-
-void Signal::append(std::uint64_t time, double value) {
-    widen(min, max, value);
-    if (!intervalActive) {
-        visibleMin = min;
-        visibleMax = max;
-    } else if (time >= context_.intervalStart && time <= context_.intervalEnd) {
-        widen(visibleMin, visibleMax, value);
-    }
-    samples_.push_back({time, value});
 }
 
 void Signal::flushSamples() {

@@ -11,12 +11,12 @@
 #include <string>
 
 #include "model/Frame.h"
+#include "model/ModelContext.h"
 #include "model/SampleArray.h"
 
 namespace trelis {
 
 class Message;
-class ModelContext;
 
 /// Always held by shared pointers. Descriptive fields change only while no parse runs. The samples
 /// and their ranges are guarded by `mutex`: the thread that decodes the message writes, painters
@@ -131,6 +131,21 @@ class Signal : public std::enable_shared_from_this<Signal> {
 inline void Signal::widen(double& low, double& high, double value) const {
     if (value < low && (!hasLimits || value >= lowerLimit)) low = value;
     if (value > high && (!hasLimits || value <= upperLimit)) high = value;
+}
+
+inline bool Signal::liveStorage() const {
+    return context_.liveMode.load(std::memory_order_relaxed);
+}
+
+inline void Signal::append(std::uint64_t time, double value) {
+    widen(min, max, value);
+    if (!intervalActive) {
+        visibleMin = min;
+        visibleMax = max;
+    } else if (time >= context_.intervalStart && time <= context_.intervalEnd) {
+        widen(visibleMin, visibleMax, value);
+    }
+    samples_.push_back({time, value});
 }
 
 inline void Signal::storeFromLog(std::uint64_t time, double value) {

@@ -130,14 +130,14 @@ bool Average::fillWindow(std::span<const Sample>& samples) {
 }
 
 void Average::addStretch(std::uint64_t duration) {
+    if (duration == 0) return;
     const double area = static_cast<double>(duration) * lastValue_;
     timeSum_ += duration;
     areaSum_ += area;
     if (!stretches_.empty()) {
         Stretch& last = stretches_.back();
-        const auto end = static_cast<std::uint64_t>(last.time) + last.duration * last.count;
-        if (last.duration == duration && last.area == area &&
-            end == static_cast<std::uint64_t>(lastTime_)) {
+        if (last.area == area && last.duration == duration &&
+            last.time + static_cast<std::int64_t>(duration * last.count) == lastTime_) {
             ++last.count;
             return;
         }

@@ -64,35 +64,7 @@ bool CustomSignal::openInputs() {
         input.first = input.next = samples.data();
         input.end = samples.data() + samples.size();
     }
-    soonest_ = 0;
     return true;
-}
-
-bool CustomSignal::readInputs() {
-    bool ranOut = false;
-    soonest_ = std::numeric_limits<std::uint64_t>::max();
-    latest_ = 0;
-    const std::uint64_t now = curTime;
-    for (auto& input : inputs) {
-        const Sample* next = input.next;
-        const Sample* const end = input.end;
-        input.mark = next;
-        if (next != end && next->time <= now) {
-            do {
-                ++next;
-            } while (next != end && next->time <= now);
-            const double value = next[-1].value;
-            input.heldValue = absInput ? std::fabs(value) : value;
-            input.next = next;
-        }
-        if (next == end) {
-            ranOut = true;
-            continue;
-        }
-        soonest_ = std::min(soonest_, next->time);
-        latest_ = std::max(latest_, next->time);
-    }
-    return !ranOut;
 }
 
 void CustomSignal::closeInputs() {

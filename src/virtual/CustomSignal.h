@@ -3,6 +3,8 @@
 
 #include <glibmm/keyfile.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -75,28 +77,58 @@ class CustomSignal : public VirtualSignal {
     void runSteps(Work&& work);
 
   private:
+    /// Times of the inputs' next samples: of the first and the last of them.
+    struct NextSamples {
+        std::uint64_t soonest = 0;
+        std::uint64_t latest = 0;
+    };
+
     /// Sets the read positions of all inputs; false if no step is possible.
     bool openInputs();
     void closeInputs();
     /// Reads all samples up to curTime; false if an input ran out.
-    bool readInputs();
-
-    std::uint64_t soonest_ = 0;  ///< time of the first of all inputs' next samples
-    std::uint64_t latest_ = 0;   ///< time of the last of them
+    bool readInputs(NextSamples& times);
 };
+
+inline bool CustomSignal::readInputs(NextSamples& times) {
+    const std::uint64_t now = curTime;
+    times = {std::numeric_limits<std::uint64_t>::max(), 0};
+    bool ranOut = false;
+    for (SignalInput& input : inputs) {
+        const Sample* next = input.next;
+        const Sample* const end = input.end;
+        input.mark = next;
+        if (next != end && next->time <= now) {
+            do {
+                ++next;
+            } while (next != end && next->time <= now);
+            input.heldValue = absInput ? std::fabs(next[-1].value) : next[-1].value;
+            input.next = next;
+        }
+        if (next == end) {
+            ranOut = true;
+            continue;
+        }
+        times.soonest = std::min(times.soonest, next->time);
+        times.latest = std::max(times.latest, next->time);
+    }
+    return !ranOut;
+}
 
 template <typename Work>
 void CustomSignal::runSteps(Work&& work) {
     if (!inputsReady() || !openInputs()) return;
     {
         BatchLock lock(*mutex);
-        while (curTime < soonest_ || readInputs()) {
+        NextSamples times;
+        while (curTime < times.soonest || readInputs(times)) {
             work();
             // A time that is damaged may lie at the end of the numbers.
-            const std::uint64_t room = std::numeric_limits<std::uint64_t>::max() - curTime;
-            curTime += step < room ? step : room;
+            std::uint64_t next = curTime + step;
+            if (next < curTime) next = std::numeric_limits<std::uint64_t>::max();
             // Over a gap of any input the next step is where all have come back.
-            if (latest_ > curTime && latest_ - curTime > kGapMs) curTime = latest_;
+            if (times.latest > next && times.latest - next > kGapMs) next = times.latest;
+            curTime = next;
             lock.tick();
         }
     }

@@ -67,9 +67,9 @@ class VirtualSignal : public Signal, public PrintableSignal {
     /// addSample for a caller that holds `mutex`.
     void output(std::uint64_t time, double value) {
         if (isPaused(value)) return;
-        if (lastOutTime == 0) lastOutTime = time;
         double out = value * factor + offset;
-        if (fillEmpty && time > lastOutTime && time - lastOutTime > kGapMs) fillGap(time);
+        if (fillEmpty && lastOutTime != 0 && time > lastOutTime && time - lastOutTime > kGapMs)
+            fillGap(time);
         if (absOutput) out = std::fabs(out);
         lastOutTime = time;
         lastOutValue = out;
