@@ -89,18 +89,15 @@ class DbcReader {
 
 bool DbcReader::open() {
     struct stat status {};
-    if (::stat(path_.c_str(), &status) == 0) {
-        if (S_ISDIR(status.st_mode)) {
-            const std::string text =
-                format("Could not open DBC file %s, path is a directory", shownPath_.c_str());
-            note(DefinitionFault::kUnreadableFile, text, true);
-            reportFatal(text);
-        }
-        // A device may never end.
-        if (!S_ISCHR(status.st_mode) && !S_ISBLK(status.st_mode)) stream_.open(path_);
-    } else {
-        stream_.open(path_);
+    const bool exists = ::stat(path_.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        const std::string text =
+            format("Could not open DBC file %s, path is a directory", shownPath_.c_str());
+        note(DefinitionFault::kUnreadableFile, text, true);
+        reportFatal(text);
     }
+    // A pipe or a device, which a definition file could name, may never end.
+    if (!exists || S_ISREG(status.st_mode)) stream_.open(path_);
     if (stream_.is_open()) return true;
     const std::string text = format("Could not open DBC file: %s", shownPath_.c_str());
     note(DefinitionFault::kUnreadableFile, text);

@@ -4,6 +4,7 @@
 #include <glibmm/unicode.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <system_error>
@@ -128,6 +129,12 @@ void SettingsReader::readFlags() {
 }  // namespace
 
 bool fileCanBeOpened(const std::string& path) {
+    std::error_code error;
+    const auto type = std::filesystem::status(path, error).type();
+    // Opening a pipe would wait for its writer. A folder opens; reading it then tells what it is.
+    if (type != std::filesystem::file_type::regular &&
+        type != std::filesystem::file_type::directory)
+        return false;
     return std::ifstream(path).is_open();
 }
 

@@ -25,7 +25,7 @@ void readVsdSettings(Store& store, const Glib::KeyFile& keyFile, const std::stri
                      std::vector<std::string>& includes, std::vector<std::string>& postIncludes,
                      const FindingSink& sink = {});
 
-/// Whether the file can be opened for reading.
+/// Whether the file can be opened for reading. Pipes and devices, which may never end, cannot.
 [[nodiscard]] bool fileCanBeOpened(const std::string& path);
 
 /// A path in a definition file counts from the file's own folder.

@@ -1,6 +1,7 @@
 #include "input/VsdFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -69,6 +70,8 @@ class VsdFile : public ::testing::Test {
 
 TEST_F(VsdFile, aFileThatIsNotThereLoadsNothing) {
     loadVsdFile(store, directory / "none.vsd");
+    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
+    loadVsdFile(store, directory / "pipe");
     EXPECT_EQ(takeMessages(), "");
     EXPECT_TRUE(store.interfaces.empty());
     EXPECT_THROW(loadVsdFile(store, directory), Glib::KeyFileError);
