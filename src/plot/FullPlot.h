@@ -23,6 +23,8 @@ class FullPlot : public Gtk::DrawingArea {
 
     /// Cancels all painting and forgets the picture: the model is about to be dropped.
     void stopPainting();
+    /// Whether a newer picture than the one shown is under way.
+    [[nodiscard]] bool isPainting() const { return picture_.isPainting(); }
 
   protected:
     bool on_button_press_event(GdkEventButton* event) override;

@@ -41,6 +41,8 @@ class SubPlot : public Gtk::DrawingArea {
     void dumpToAsc();
     /// Cancels all painting and forgets the picture: the model is about to be dropped.
     void stopPainting();
+    /// Whether a newer picture than the one shown is under way.
+    [[nodiscard]] bool isPainting() const { return picture_.isPainting(); }
     /// Lets the row of a signal flash for a second, in the split view.
     void highlightRow(const std::shared_ptr<Signal>& signal);
     /// Places the rulers for a linked program, without telling it. Negative means unset.

@@ -17,6 +17,7 @@ void PlotPicture::start(const PictureLayout& layout, const std::vector<PaintSign
         const std::lock_guard lock(mutex_);
         generation = ++generation_;
         pendingTasks_ = signals.size();
+        complete_ = signals.empty();
         doneTasks_.assign(signals.size(), nullptr);
         layout_ = layout;
     }
@@ -45,6 +46,7 @@ void PlotPicture::stop() {
         const std::lock_guard lock(mutex_);
         ++generation_;
         pendingTasks_ = 0;
+        complete_ = true;
         doneTasks_.clear();
         PixelCanvas().swap(shown_);
     }
@@ -54,7 +56,7 @@ void PlotPicture::stop() {
 
 bool PlotPicture::isPainting() const {
     const std::lock_guard lock(mutex_);
-    return pendingTasks_ > 0;
+    return !complete_;
 }
 
 bool PlotPicture::visit(
@@ -96,6 +98,7 @@ void PlotPicture::onPainterDone(std::shared_ptr<PainterTask> task) {
         if (generation == generation_) {
             shown_.swap(canvas);
             shownLayout_ = layout;
+            complete_ = true;
         }
         spare_.swap(canvas);
     }

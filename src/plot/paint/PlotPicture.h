@@ -32,6 +32,7 @@ class PlotPicture : public PainterThreadPoolUser {
     void start(const PictureLayout& layout, const std::vector<PaintSignal>& signals);
     /// Cancels the painting and forgets the picture.
     void stop();
+    /// Whether a rendering was started that is not complete.
     [[nodiscard]] bool isPainting() const;
 
     /// Hands the finished picture to `show`, if there is one, and says so. The lock that keeps the
@@ -52,6 +53,7 @@ class PlotPicture : public PainterThreadPoolUser {
     mutable std::mutex mutex_;
     std::uint32_t generation_ = 0;
     std::size_t pendingTasks_ = 0;
+    bool complete_ = true;                                 ///< the picture of this generation is in
     std::vector<std::shared_ptr<PainterTask>> doneTasks_;  ///< by index; empty until done
     PictureLayout layout_;                                 ///< of the rendering under way
     PixelCanvas shown_;                                    ///< the finished picture, or empty

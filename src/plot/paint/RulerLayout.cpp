@@ -44,34 +44,58 @@ Place placeOf(const RulerRow& row, const RulerValue& at, int rowTop, const Ruler
     return {edge, at.value < low ? 1.0 : 0.0, true};
 }
 
-bool overlap(const RulerLabel& a, const RulerLabel& b) {
-    return a.x < b.x + b.width && b.x < a.x + a.width && a.y < b.y + b.height &&
-           b.y < a.y + a.height;
-}
+struct Spot {
+    double x = 0;
+    double y = 0;
+};
 
-/// Moves a label as little as possible, up or down, to where it covers none of those placed.
-void avoid(RulerLabel& label, const std::vector<const RulerLabel*>& placed, int widgetHeight) {
-    const auto free = [&](double y) {
-        if (y < 0 || y + label.height > widgetHeight) return false;
-        RulerLabel moved = label;
-        moved.y = y;
-        return std::none_of(placed.begin(), placed.end(),
-                            [&](const RulerLabel* other) { return overlap(moved, *other); });
-    };
-    if (free(label.y)) return;
-    double best = label.y;
-    double bestDistance = widgetHeight + 1.0;
-    for (const RulerLabel* other : placed) {
-        for (const double y : {other->y + other->height, other->y - label.height}) {
-            const double distance = std::abs(y - label.y);
-            if (distance < bestDistance && free(y)) {
-                best = y;
-                bestDistance = distance;
-            }
+/// The widget with the labels that have their place.
+class PlacedLabels {
+  public:
+    PlacedLabels(int width, int height) : width_(width), height_(height) {}
+
+    void add(const RulerLabel& label) { placed_.push_back(&label); }
+
+    /// Where the label covers no other: where it is, or as near as possible. Sideways is the worse
+    /// way, unless the label would stand far above or below the value that it belongs to. Stays
+    /// where it is if there is no room at all.
+    [[nodiscard]] Spot spotFor(const RulerLabel& label) const {
+        constexpr double kGap = 2;
+        constexpr double kUpDownCost = 4;
+        Spot best{label.x, label.y};
+        if (isFree(label, best)) return best;
+        double bestCost = 1e9;
+        const auto consider = [&](Spot spot) {
+            const double cost =
+                std::abs(spot.x - label.x) + kUpDownCost * std::abs(spot.y - label.y);
+            if (cost >= bestCost || !isFree(label, spot)) return;
+            best = spot;
+            bestCost = cost;
+        };
+        for (const RulerLabel* other : placed_) {
+            consider({label.x, other->y + other->height});
+            consider({label.x, other->y - label.height});
+            consider({other->x - label.width - kGap, label.y});
+            consider({other->x + other->width + kGap, label.y});
         }
+        return best;
     }
-    label.y = best;
-}
+
+  private:
+    [[nodiscard]] bool isFree(const RulerLabel& label, Spot spot) const {
+        if (spot.y < 0 || spot.y + label.height > height_ || spot.x + label.width > width_ ||
+            (spot.x < 0 && spot.x < label.x))
+            return false;
+        return std::none_of(placed_.begin(), placed_.end(), [&](const RulerLabel* other) {
+            return spot.x < other->x + other->width && other->x < spot.x + label.width &&
+                   spot.y < other->y + other->height && other->y < spot.y + label.height;
+        });
+    }
+
+    int width_;
+    int height_;
+    std::vector<const RulerLabel*> placed_;
+};
 
 }  // namespace
 
@@ -111,7 +135,9 @@ RulerMarks layoutRulers(const RulerColumns& columns, const std::vector<RulerRow>
 
 void placeLabels(std::vector<RulerLabel>& labels, int widgetWidth, int widgetHeight,
                  const std::function<std::pair<int, int>(const std::string&)>& measure) {
-    std::vector<const RulerLabel*> placed;
+    // With more there is no room to find, and looking for it takes time.
+    constexpr std::size_t kMostApart = 64;
+    PlacedLabels placed(widgetWidth, widgetHeight);
     for (RulerLabel& label : labels) {
         const auto [textWidth, textHeight] = measure(label.text);
         label.width = textWidth + 2;
@@ -119,12 +145,16 @@ void placeLabels(std::vector<RulerLabel>& labels, int widgetWidth, int widgetHei
         label.x -= 1;
         if (label.x + label.width > widgetWidth || (label.pointLeft && label.x - label.width > 0))
             label.x -= label.width + 6;
-        if (label.y < 0) label.y = 2;
+        // Whole pixels, which keep the letters crisp.
+        label.y = label.y < 0 ? 2 : std::floor(label.y);
         if (label.y + label.height > widgetHeight) label.y = widgetHeight - label.height;
         // Rulers outside the view have labels that nobody sees.
         if (label.x >= widgetWidth || label.x + label.width <= 0) continue;
-        avoid(label, placed, widgetHeight);
-        placed.push_back(&label);
+        if (labels.size() > kMostApart) continue;
+        const Spot spot = placed.spotFor(label);
+        label.x = spot.x;
+        label.y = spot.y;
+        placed.add(label);
     }
 }
 

@@ -154,6 +154,20 @@ TEST(RulerLayout, KeepsLabelsInsideAndApart) {
         EXPECT_GE(label.y, 0);
         EXPECT_LE(label.y + label.height, 416);
     }
+
+    // A crowd spreads up and down first, then sideways.
+    std::vector<RulerLabel> crowd(20, labelAt(305, 100));
+    placeLabels(crowd, 1000, 416, measure);
+    for (std::size_t i = 0; i < crowd.size(); ++i) {
+        for (std::size_t k = 0; k < i; ++k) {
+            const bool apart = std::abs(crowd[i].x - crowd[k].x) >= crowd[i].width ||
+                               std::abs(crowd[i].y - crowd[k].y) >= crowd[i].height;
+            EXPECT_TRUE(apart) << i << " and " << k;
+        }
+    }
+    EXPECT_EQ(crowd[1].x, 304);
+    EXPECT_EQ(std::abs(crowd[1].y - 100), 16);
+    EXPECT_NE(crowd[3].x, 304);
 }
 
 TEST(RulerLayout, FormatsDifferencesOfTime) {
