@@ -45,6 +45,8 @@ struct Layout {
 
 class RealSignalTest : public ::testing::Test {
   protected:
+    RealSignalTest() { interface->addMessage(message); }
+
     std::shared_ptr<RealSignal> make(const Layout& layout) {
         return RealSignal::create(message, "s" + std::to_string(++made), layout.start,
                                   layout.length, layout.intel, layout.sign, "", layout.factor,
@@ -183,6 +185,7 @@ TEST_F(RealSignalTest, decodesRunsAsItDecodesFrames) {
         const bool multiplexed = random.below(2) == 0;
         store.liveMode = random.below(2) == 0;
         std::vector<std::shared_ptr<RealMessage>> twins;
+        interface->clear();
         const Layout muxLayout{random.below(56), 2, static_cast<std::int32_t>(random.below(2))};
         std::vector<Layout> layouts(6);
         std::vector<std::int32_t> muxValues;
@@ -198,6 +201,7 @@ TEST_F(RealSignalTest, decodesRunsAsItDecodesFrames) {
         }
         for (std::uint32_t id = 0; id < 2; ++id) {
             message = RealMessage::create(id, "Twin" + std::to_string(id), interface);
+            interface->addMessage(message);
             for (std::size_t i = 0; i < layouts.size(); ++i) {
                 auto signal = make(layouts[i]);
                 signal->muxValue = muxValues[i];

@@ -21,6 +21,8 @@ using Samples = std::vector<Sample>;
 
 class SignalTest : public ::testing::Test {
   protected:
+    SignalTest() { interface->addMessage(message); }
+
     std::shared_ptr<Signal> makeSignal(const std::string& name = "s") {
         auto made = std::make_shared<Signal>(message, name);
         message->addSignal(name, made);
@@ -117,7 +119,6 @@ TEST_F(SignalTest, seesTheRangeOfAnInterval) {
     const Samples added = {{1000, 7}, {2000, 3}, {3000, 5}, {4000, 9}, {5000, -4}};
     for (const Sample& sample : added)
         signal->addSample(sample.time, sample.value);
-    interface->addMessage(message);
     store.setInterval(4100, 2500);     // either way round
     EXPECT_EQ(signal->visibleMin, 3);  // the sample before runs into the interval
     EXPECT_EQ(signal->visibleMax, 9);
@@ -179,7 +180,6 @@ TEST_F(SignalTest, printsValues) {
 }
 
 TEST_F(SignalTest, countsItsUsers) {
-    interface->addMessage(message);
     auto user = makeSignal("user");
     signal->addUser(user);
     signal->setSelected(true);

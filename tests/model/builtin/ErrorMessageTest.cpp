@@ -125,6 +125,7 @@ TEST_F(ErrorMessageTest, staysFlatUpToALateEvent) {
 TEST_F(ErrorMessageTest, takesTheLoggersCountAsItIs) {
     const auto logger = store.addInterface("ST_Logger", kStatisticsOffset + kLoggerInterface);
     const auto dropped = ErrorMessage::create("Error", logger, true);
+    logger->addMessage(dropped);
     const auto count = dropped->getSignal("CountMsgDrop");
     store.readAll = true;
     Frame frame = errorFrame(0x100, 8, {0, 0, 0, 0, 0x78, 0x56, 0x34, 0xF2});
