@@ -46,9 +46,9 @@ TEST(HistogramCountsTest, TimeGoesToTheBandOfItsEnd) {
               "From (V)\tTo (V)\tFrom/To (V)\t%\n"
               "0.000000\t5.000000\t0.00 - 5.00\t16.666667\n"
               "5.000000\t10.000000\t5.00 - 10.00\t83.333333\n");
-    EXPECT_NE(histogramTable(counts, "V", true)
-                  .find("\n0,000000\t5,000000\t0,00 - 5,00\t16,666667\n"),
-              std::string::npos);
+    EXPECT_NE(
+        histogramTable(counts, "V", true).find("\n0,000000\t5,000000\t0,00 - 5,00\t16,666667\n"),
+        std::string::npos);
 }
 
 TEST(HistogramCountsTest, FilteredSamplesDoNotMoveThePreviousTime) {
