@@ -4,17 +4,21 @@
 #include <gtkmm/box.h>
 #include <gtkmm/window.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
 #include "model/CanIface.h"
 #include "model/Message.h"
 #include "model/Signal.h"
 #include "plot/FullPlot.h"
+#include "plot/GuiTest.h"
 #include "plot/PlotHost.h"
 #include "plot/SubPlot.h"
-#include "plot/WindowRig.h"
 #include "plot/paint/TimeBox.h"
 
 namespace trelis::test {
@@ -41,6 +45,22 @@ class RecordingHost : public PlotHost {
     void note(const std::string& what, const std::shared_ptr<Signal>& signal) {
         calls.push_back(what + " " + signal->name);
     }
+};
+
+/// A folder that is removed with its content.
+class PlotFolder {
+  public:
+    PlotFolder() {
+        std::string name = std::filesystem::temp_directory_path() / "sigmira_plot_XXXXXX";
+        path_ = mkdtemp(name.data());
+    }
+    PlotFolder(const PlotFolder&) = delete;
+    PlotFolder& operator=(const PlotFolder&) = delete;
+    ~PlotFolder() { std::filesystem::remove_all(path_); }
+    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ / name; }
+
+  private:
+    std::filesystem::path path_;
 };
 
 class PlotRig : public testing::Test {
@@ -104,7 +124,7 @@ class PlotRig : public testing::Test {
         return {timeBox_.start - kStart, timeBox_.end - kStart};
     }
 
-    ScratchFolder folder_;
+    PlotFolder folder_;
     Settings settings_;
     Store store_;
     TimeBox timeBox_;

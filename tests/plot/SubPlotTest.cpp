@@ -1,6 +1,8 @@
 #include "plot/SubPlot.h"
 
 #include <gdk/gdkkeysyms.h>
+#include <glibmm/main.h>
+#include <gtkmm/filechooserdialog.h>
 #include <pangomm/layout.h>
 
 #include <cmath>
@@ -329,12 +331,19 @@ TEST_F(SubPlotTest, DumpsTheChosenInterval) {
     EXPECT_EQ(dump(), "CAN dump is only possible when viewing data from log files");
     store_.liveMode = false;
     store_.logFiles.push_back(folder_ / "recording.bin");
-    {
-        DialogAnswers answers;
-        answers.expect(Gtk::RESPONSE_CANCEL);
-        EXPECT_EQ(dump(), "");
-        EXPECT_EQ(answers.takeTexts(), Texts{"Select file to write ASC data to"});
-    }
+    const auto cancel = Glib::signal_timeout().connect(
+        [] {
+            for (Gtk::Window* window : Gtk::Window::list_toplevels()) {
+                auto* chooser = dynamic_cast<Gtk::FileChooserDialog*>(window);
+                if (chooser == nullptr || !chooser->get_mapped()) continue;
+                EXPECT_EQ(chooser->get_title().raw(), "Select file to write ASC data to");
+                chooser->response(Gtk::RESPONSE_CANCEL);
+                return false;
+            }
+            return true;
+        },
+        20);
+    EXPECT_EQ(dump(), "");
     EXPECT_FALSE(store_.dumpToFile);
     plot_.takeRulers(static_cast<std::int64_t>(kStart + 900),
                      static_cast<std::int64_t>(kStart + 40));
