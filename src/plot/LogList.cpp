@@ -13,8 +13,9 @@
 
 namespace trelis {
 
-LogList::LogList(Store& store, std::uint32_t first, std::uint32_t last)
+LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, std::uint32_t last)
     : store_(store),
+      settings_(settings),
       firstInterface_(first),
       lastInterface_(last),
       model_(Gtk::TreeStore::create(columns_)) {

@@ -22,6 +22,7 @@ namespace trelis {
 
 class CanIface;
 class Message;
+class Settings;
 class Signal;
 class Store;
 
@@ -62,7 +63,7 @@ class LogList : public Gtk::TreeView {
     };
 
     /// Shows interfaces from `first` up to but not including `last`.
-    LogList(Store& store, std::uint32_t first, std::uint32_t last);
+    LogList(Store& store, const Settings& settings, std::uint32_t first, std::uint32_t last);
 
     /// Builds the tree anew from the store. With `keep`, open rows and the cursor stay.
     void rebuild(std::uint32_t first, std::uint32_t last, bool keep);
@@ -151,6 +152,7 @@ class LogList : public Gtk::TreeView {
     void putCursor(const Gtk::TreeModel::Path& path);
 
     Store& store_;
+    const Settings& settings_;
     std::uint32_t firstInterface_;
     std::uint32_t lastInterface_;
     bool showHidden_ = false;

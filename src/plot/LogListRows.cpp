@@ -38,15 +38,14 @@ struct LogList::RowValues {
 };
 
 Glib::ustring LogList::plainMarkup(const std::string& name) const {
-    return "<span font=\"" + escaped(Settings::instance().getListFont()) + "\">" + escaped(name) +
-           "</span>";
+    return "<span font=\"" + escaped(settings_.getListFont()) + "\">" + escaped(name) + "</span>";
 }
 
 Glib::ustring LogList::signalMarkup(const Signal& signal) const {
     const Message& message = *signal.message;
     const std::string interface = message.hasParent() ? message.parent()->name : "Can";
     const std::string color = store_.colorOf(interface, message.name, signal.name);
-    return "<span font=\"" + escaped(Settings::instance().getListFont()) + "\" foreground=\"" +
+    return "<span font=\"" + escaped(settings_.getListFont()) + "\" foreground=\"" +
            escaped(color) + "\">" + escaped(signal.name) + "</span>";
 }
 

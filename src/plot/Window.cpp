@@ -39,8 +39,8 @@ Window::Window(Store& store, Settings& settings)
       timeBox_(store),
       subPlot_(store, timeBox_, settings, *this),
       fullPlot_(store, timeBox_, settings),
-      dataList_(store, 0, kStatisticsOffset),
-      statisticsList_(store, kStatisticsOffset, statisticsEnd(store)),
+      dataList_(store, settings, 0, kStatisticsOffset),
+      statisticsList_(store, settings, kStatisticsOffset, statisticsEnd(store)),
       dropdowns_([this](DropdownRow row) { runDropdown(row); }) {
     set_title(store_.title);
     set_default_size(kDefaultWidth, kDefaultHeight);
@@ -48,8 +48,8 @@ Window::Window(Store& store, Settings& settings)
     layOut();
     loadCss();
     connectSources();
+    spinner_.set_no_show_all(true);
     show_all_children();
-    spinner_.hide();
     showGpsMenu();
     refreshSensitivity();
     updateProgress();

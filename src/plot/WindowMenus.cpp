@@ -127,6 +127,8 @@ void Window::buildGpsMenu() {
           [this] { exportGps(); }},
          {"Plot GPS track (beta)", "", 0, kPlain, "Show GPS track as a plot in a separate window",
           [this] { plotGps(); }, [this] { return commands_.showGps != nullptr; }}});
+    gpsMenu_->show_all();
+    gpsMenu_->set_no_show_all(true);
 }
 
 void Window::buildListMenu() {

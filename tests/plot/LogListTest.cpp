@@ -10,6 +10,7 @@
 #include "model/Message.h"
 #include "model/Signal.h"
 #include "plot/GuiTest.h"
+#include "plot/WindowRig.h"
 #include "support/TestStore.h"
 
 namespace trelis {
@@ -75,7 +76,7 @@ class LogListTest : public testing::Test {
         virt->addMessage(computed);
         sum_ = addSignal(computed, "sum");
         statistics_ = store_.addInterface("ST_Can", 65536);
-        list_ = std::make_unique<LogList>(store_, 0, 65536);
+        list_ = std::make_unique<LogList>(store_, settings_, 0, 65536);
         window_.set_default_size(400, 500);
         scrolled_.add(*list_);
         window_.add(scrolled_);
@@ -131,6 +132,8 @@ class LogListTest : public testing::Test {
 
     using Rows = std::vector<std::string>;
 
+    test::ScratchFolder folder_;
+    Settings settings_{SettingsPaths{folder_ / "settings", folder_ / "lists"}};
     TestStore store_;
     std::shared_ptr<Signal> speed_, wheel_, secret_, torque_, sum_;
     std::shared_ptr<CanIface> statistics_;
@@ -237,7 +240,7 @@ TEST_F(LogListTest, FindsSignalsAndFirstMatches) {
     static_cast<void>(TestStore::messages());
     EXPECT_FALSE(list_->selectSignal(nullptr));
     EXPECT_EQ(TestStore::messages(), (Rows{"sigPlotSelected called without any signal selected"}));
-    LogList statistics(store_, 65536, 65537);
+    LogList statistics(store_, settings_, 65536, 65537);
     EXPECT_FALSE(statistics.selectSignal(torque_));
 }
 

@@ -1,0 +1,198 @@
+#include "plot/WindowRig.h"
+
+#include <glibmm/main.h>
+#include <gtkmm/label.h>
+#include <gtkmm/messagedialog.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "app/diagnostics/MessageLog.h"
+#include "input/LogFiles.h"
+#include "input/VsdFile.h"
+#include "model/builtin/LoggerMessage.h"
+
+namespace trelis::test {
+namespace {
+
+constexpr unsigned kLookMs = 20;
+constexpr int kMostLooks = 250;  // at one dialog: five seconds
+
+std::string textsOf(Gtk::Dialog& dialog) {
+    std::string text = dialog.get_title().raw();
+    if (auto* message = dynamic_cast<Gtk::MessageDialog*>(&dialog))
+        text += "|" + message->property_text().get_value().raw() + "|" +
+                message->property_secondary_text().get_value().raw();
+    return text;
+}
+
+Gtk::Dialog* openDialog() {
+    for (Gtk::Window* window : Gtk::Window::list_toplevels())
+        if (auto* dialog = dynamic_cast<Gtk::Dialog*>(window);
+            dialog != nullptr && dialog->get_mapped())
+            return dialog;
+    return nullptr;
+}
+
+}  // namespace
+
+ScratchFolder::ScratchFolder() {
+    std::string name = "/tmp/sigmira_window_XXXXXX";
+    path_ = mkdtemp(name.data());
+}
+
+DialogAnswers::DialogAnswers()
+    : timer_(Glib::signal_timeout().connect(sigc::mem_fun(*this, &DialogAnswers::look), kLookMs)) {}
+
+DialogAnswers::~DialogAnswers() {
+    timer_.disconnect();
+    EXPECT_TRUE(plan_.empty()) << plan_.size() << " dialogs did not come up";
+}
+
+void DialogAnswers::expect(int response, std::function<bool(Gtk::Dialog&)> prepare) {
+    plan_.push_back({response, std::move(prepare)});
+}
+
+void DialogAnswers::expectFile(const std::string& path, int response) {
+    expect(response, [path, chosen = false](Gtk::Dialog& dialog) mutable {
+        auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(dialog);
+        if (!chosen) {
+            const bool save = chooser.get_action() == Gtk::FILE_CHOOSER_ACTION_SAVE;
+            const std::filesystem::path file(path);
+            if (save && !std::filesystem::exists(file)) {
+                chooser.set_current_folder(file.parent_path().string());
+                chooser.set_current_name(file.filename().string());
+            } else {
+                chooser.set_filename(path);
+            }
+            chosen = true;
+        }
+        return chooser.get_filename() == path;
+    });
+}
+
+std::vector<std::string> DialogAnswers::takeTexts() {
+    return std::exchange(texts_, {});
+}
+
+bool DialogAnswers::look() {
+    Gtk::Dialog* dialog = openDialog();
+    if (dialog == nullptr) {
+        current_ = nullptr;
+        return true;
+    }
+    if (dialog != current_) {
+        current_ = dialog;
+        looks_ = 0;
+        texts_.push_back(textsOf(*dialog));
+    }
+    const bool late = ++looks_ > kMostLooks;
+    if (plan_.empty() || late) {
+        ADD_FAILURE() << (late ? "not ready: " : "unexpected: ") << textsOf(*dialog);
+        if (!plan_.empty()) plan_.pop_front();
+        dialog->response(Gtk::RESPONSE_CANCEL);
+        return true;
+    }
+    if (plan_.front().prepare && !plan_.front().prepare(*dialog)) return true;
+    const int response = plan_.front().response;
+    plan_.pop_front();
+    current_ = nullptr;
+    dialog->response(response);
+    dialog->hide();
+    return true;
+}
+
+std::string sampleFile(const char* name) {
+    std::string path = SIGMIRA_TEMPLATES;
+    return path.append("/").append(name);
+}
+
+}  // namespace trelis::test
+
+namespace trelis {
+namespace {
+
+std::string shownText(Gtk::Widget& widget) {
+    if (auto* label = dynamic_cast<Gtk::Label*>(&widget)) return label->get_text().raw();
+    if (auto* container = dynamic_cast<Gtk::Container*>(&widget))
+        for (Gtk::Widget* child : container->get_children())
+            if (auto text = shownText(*child); !text.empty()) return text;
+    return {};
+}
+
+Gtk::MenuItem* findItem(Gtk::MenuShell& shell, const std::string& label) {
+    for (Gtk::Widget* child : shell.get_children())
+        if (auto* item = dynamic_cast<Gtk::MenuItem*>(child);
+            item != nullptr && shownText(*item) == label)
+            return item;
+    return nullptr;
+}
+
+}  // namespace
+
+Gtk::MenuItem* WindowProbe::menu(const std::string& label) {
+    return findItem(window_.menuBar_, label);
+}
+
+Gtk::MenuItem* WindowProbe::item(const std::string& menuLabel, const std::string& label) {
+    Gtk::MenuItem* top = menu(menuLabel);
+    return top == nullptr ? nullptr : findItem(*top->get_submenu(), label);
+}
+
+void WindowProbe::choose(const std::string& menuLabel, const std::string& label) {
+    Gtk::MenuItem* found = item(menuLabel, label);
+    ASSERT_NE(found, nullptr) << menuLabel << " > " << label;
+    found->activate();
+}
+
+WindowTest::WindowTest() : settings_(SettingsPaths{folder_ / "settings", folder_ / "lists"}) {
+    static_cast<void>(takeMessages());
+    settings_.setVsdFile(test::sampleFile("drive.vsd"));
+    store_.title = "Signal Plot";
+    store_.hooks.logFiles = parseLogs;
+    addLoggerInterface(store_);
+    loadVsdFile(store_, settings_.getVsdFile());
+    window_ = std::make_unique<Window>(store_, settings_);
+    probe_ = std::make_unique<WindowProbe>(*window_);
+}
+
+WindowTest::~WindowTest() {
+    store_.guiRunning = false;
+    waitIdle();
+    window_.reset();
+    store_.shutdown();
+    test::pumpPending();
+    static_cast<void>(takeMessages());
+}
+
+void WindowTest::addSampleLogs() {
+    for (const char* name : {"drive_0001.bin", "drive_0002.bin"})
+        addLogFile(store_, test::sampleFile(name));
+}
+
+void WindowTest::startWorker() {
+    store_.startWorker();
+    store_.requestParse();
+    waitIdle();
+}
+
+void WindowTest::waitIdle() {
+    EXPECT_TRUE(test::pump([this] {
+        return !store_.parsing && !store_.reparseRequested() && !store_.dumpToFile &&
+               !store_.isBusy();
+    }));
+    test::pumpPending();
+}
+
+std::vector<std::string> WindowTest::takeMessages() {
+    std::vector<std::string> texts;
+    while (!MessageLog::instance().isEmpty())
+        texts.push_back(MessageLog::instance().pop().text);
+    return texts;
+}
+
+std::shared_ptr<Signal> WindowTest::signal(const std::string& reference) {
+    return store_.getSignal(reference);
+}
+
+}  // namespace trelis

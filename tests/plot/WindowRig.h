@@ -1,0 +1,129 @@
+// The main window on the sample recording, and somebody who answers its dialogs.
+#pragma once
+
+#include <gtkmm/dialog.h>
+#include <gtkmm/filechooserdialog.h>
+
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/store/Store.h"
+#include "config/settings/Settings.h"
+#include "plot/GuiTest.h"
+#include "plot/Window.h"
+
+namespace trelis::test {
+
+/// A folder that is removed with its content.
+class ScratchFolder {
+  public:
+    ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
+    [[nodiscard]] std::string operator/(const std::string& name) const {
+        return path_ + "/" + name;
+    }
+
+  private:
+    std::string path_;
+};
+
+/// Answers the dialogs that come up while a command runs the main loop, in order, and notes what
+/// they said. What nobody expected is cancelled, and fails the test.
+class DialogAnswers {
+  public:
+    DialogAnswers();
+    DialogAnswers(const DialogAnswers&) = delete;
+    DialogAnswers& operator=(const DialogAnswers&) = delete;
+    /// Fails the test if a planned answer was not asked for.
+    ~DialogAnswers();
+
+    /// The next dialog gets this response, once `prepare` says that the dialog is ready for it.
+    void expect(int response, std::function<bool(Gtk::Dialog&)> prepare = {});
+    /// The next dialog is a file chooser: the file is chosen in it.
+    void expectFile(const std::string& path, int response = -5);
+    /// "title|text|secondary text" of the dialogs so far; forgets them.
+    std::vector<std::string> takeTexts();
+    [[nodiscard]] bool allAnswered() const { return plan_.empty(); }
+
+  private:
+    struct Answer {
+        int response;
+        std::function<bool(Gtk::Dialog&)> prepare;
+    };
+    bool look();
+
+    std::deque<Answer> plan_;
+    std::vector<std::string> texts_;
+    Gtk::Dialog* current_ = nullptr;
+    int looks_ = 0;
+    sigc::connection timer_;
+};
+
+/// The path of a file of the sample recording.
+std::string sampleFile(const char* name);
+
+}  // namespace trelis::test
+
+namespace trelis {
+
+/// Looks into the window and calls what its menus call.
+class WindowProbe {
+  public:
+    explicit WindowProbe(Window& window) : window_(window) {}
+
+    LogList& dataList() { return window_.dataList_; }
+    LogList& statisticsList() { return window_.statisticsList_; }
+    Gtk::Notebook& notebook() { return window_.notebook_; }
+    Gtk::Entry& search() { return window_.searchEntry_; }
+    Gtk::Grid& grid() { return window_.grid_; }
+    Gtk::ProgressBar& bar() { return window_.progressBar_; }
+    Gtk::Spinner& spinner() { return window_.spinner_; }
+    FullPlot& overview() { return window_.fullPlot_; }
+    DropdownMenus& dropdowns() { return window_.dropdowns_; }
+    void tick() { window_.updateLiveIndicator(); }
+    void showMessages() { window_.showPendingMessages(); }
+    [[nodiscard]] const std::shared_ptr<Signal>& dropdownSignal() const {
+        return window_.dropdownSignal_;
+    }
+
+    /// The item of a menu of the bar, by the texts that a user sees; null if there is none.
+    Gtk::MenuItem* item(const std::string& menu, const std::string& label);
+    Gtk::MenuItem* menu(const std::string& label);
+    /// Chooses it as the pointer or the Return key does.
+    void choose(const std::string& menu, const std::string& label);
+
+  private:
+    Window& window_;
+};
+
+/// A window on a Store of its own, whose definitions are those of the sample. No recording is
+/// loaded and nothing is selected.
+class WindowTest : public testing::Test {
+  protected:
+    WindowTest();
+    ~WindowTest() override;
+
+    /// Chooses the sample's recordings, as the command line does.
+    void addSampleLogs();
+    /// Starts the worker with a first pass, as the program does, and waits for its end.
+    void startWorker();
+    /// Waits until no parse runs and nothing is painted.
+    void waitIdle();
+    /// What would be shown to the user; forgets it.
+    static std::vector<std::string> takeMessages();
+    std::shared_ptr<Signal> signal(const std::string& reference);
+
+    test::ScratchFolder folder_;
+    Settings settings_;
+    Store store_;
+    std::unique_ptr<Window> window_;
+    std::unique_ptr<WindowProbe> probe_;
+};
+
+}  // namespace trelis

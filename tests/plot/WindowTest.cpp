@@ -1,0 +1,336 @@
+#include <gdk/gdkkeysyms.h>
+#include <gtkmm/clipboard.h>
+#include <gtkmm/main.h>
+
+#include <fstream>
+
+#include "app/diagnostics/MessageLog.h"
+#include "app/diagnostics/Report.h"
+#include "model/Message.h"
+#include "model/Signal.h"
+#include "plot/WindowRig.h"
+
+namespace trelis {
+namespace {
+
+using Texts = std::vector<std::string>;
+using test::DialogAnswers;
+
+constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
+
+TEST_F(WindowTest, ItemsOfAbsentToolWindowsAreInsensitive) {
+    const auto sensitive = [this](const char* menu, const char* label) {
+        auto* item = probe_->item(menu, label);
+        EXPECT_NE(item, nullptr) << label;
+        return item != nullptr && item->get_sensitive();
+    };
+    EXPECT_FALSE(sensitive("File", "Open live connection"));
+    EXPECT_FALSE(sensitive("Window", "Preferences"));
+    EXPECT_FALSE(sensitive("Tools", "Copy signals (Ctrl-C)"));
+    EXPECT_TRUE(sensitive("File", "Open log file(s)"));
+    const auto histogram = [this] {
+        return probe_->dropdowns()
+            .item(DropdownMenu::kSignal, DropdownRow::kHistogram)
+            ->get_sensitive();
+    };
+    EXPECT_FALSE(histogram());
+    int opened = 0;
+    WindowCommands commands;
+    commands.openPreferences = [&] { ++opened; };
+    commands.openHistogram = [](const auto&) {};
+    window_->setCommands(std::move(commands));
+    EXPECT_TRUE(histogram());
+    probe_->choose("Window", "Preferences");
+    EXPECT_EQ(opened, 1);
+}
+
+TEST_F(WindowTest, GpsMenuNeedsATrackAndALoggerThatSendsOne) {
+    EXPECT_FALSE(probe_->menu("GPS")->get_visible());
+    store_.quadWire = true;
+    window_->reload(true);
+    EXPECT_TRUE(probe_->menu("GPS")->get_visible());
+    settings_.setVsdFile(kNoFile);
+    window_->reload(true);  // no definitions, so no statistics of the logger
+    EXPECT_FALSE(probe_->menu("GPS")->get_visible());
+    EXPECT_EQ(takeMessages(), (Texts{"Could not reload, please select VSD/DBC file"}));
+}
+
+TEST_F(WindowTest, UpdateTellsWhatIsMissing) {
+    test::present(*window_);
+    test::pressKey(*window_, GDK_KEY_F5);
+    EXPECT_EQ(takeMessages(), (Texts{"No log files selected"}));
+    addSampleLogs();
+    test::pressKey(*window_, GDK_KEY_F5);
+    EXPECT_EQ(takeMessages(), (Texts{"Select at least one signal"}));
+    signal(kSpeed)->setSelected(true);
+    store_.dumpToFile = true;
+    probe_->choose("View", "Update signals");
+    EXPECT_EQ(takeMessages(), (Texts{"Wait for dump to finish"}));
+    store_.dumpToFile = false;
+    startWorker();
+    signal("Powertrain.EngineData.EngineTorque")->setSelected(true);
+    EXPECT_EQ(store_.progress, 0);
+    test::pressKey(*window_, GDK_KEY_F5);
+    waitIdle();
+    EXPECT_TRUE(signal("Powertrain.EngineData.EngineTorque")->hasData);
+    EXPECT_TRUE(window_->timeBox().isSet());
+    store_.liveMode = true;
+    test::pressKey(*window_, GDK_KEY_F5);
+    EXPECT_FALSE(store_.parsing);
+    store_.liveMode = false;
+}
+
+TEST_F(WindowTest, KeysDriveTheWindow) {
+    test::present(*window_);
+    test::pressKey(*window_, GDK_KEY_F12);
+    EXPECT_FALSE(probe_->grid().get_visible());
+    test::pressKey(*window_, GDK_KEY_F12);
+    EXPECT_TRUE(probe_->grid().get_visible());
+    test::pressKey(*window_, GDK_KEY_F, GDK_CONTROL_MASK);
+    EXPECT_TRUE(probe_->search().has_focus());
+
+    signal(kSpeed)->setSelected(true);
+    test::pressKey(*window_, GDK_KEY_s, GDK_MOD1_MASK);
+    store_.clearSelection();
+    test::pressKey(*window_, GDK_KEY_r, GDK_MOD1_MASK);
+    EXPECT_TRUE(signal(kSpeed)->selected);
+    probe_->choose("Signal list", "Uncheck all");
+    EXPECT_FALSE(signal(kSpeed)->selected);
+    store_.parsing = true;
+    test::pressKey(*window_, GDK_KEY_R, GDK_CONTROL_MASK);
+    test::pressKey(*window_, GDK_KEY_r, GDK_MOD1_MASK);
+    store_.parsing = false;
+    EXPECT_EQ(takeMessages(), (Texts{"Wait for parse to complete"}));
+    EXPECT_FALSE(signal(kSpeed)->selected);
+}
+
+// The letters mark row actions of the plot, and typing still reaches the search.
+TEST_F(WindowTest, HeldLettersTurnThePointerIntoACross) {
+    test::present(*window_);
+    const auto cross = [this] {
+        const auto cursor = window_->subPlot().get_window()->get_cursor();
+        return cursor && gdk_cursor_get_cursor_type(cursor->gobj()) != GDK_LEFT_PTR;
+    };
+    const bool before = cross();
+    test::pressKey(*window_, GDK_KEY_c);
+    EXPECT_TRUE(cross());
+    test::releaseKey(*window_, GDK_KEY_c);
+    EXPECT_EQ(cross(), before);
+    test::pressKey(*window_, GDK_KEY_c, GDK_SHIFT_MASK);
+    EXPECT_EQ(cross(), before);
+    probe_->search().grab_focus();
+    test::pressKey(*window_, GDK_KEY_s);
+    test::releaseKey(*window_, GDK_KEY_s);
+    EXPECT_EQ(probe_->search().get_text(), "s");
+}
+
+TEST_F(WindowTest, SearchFiltersThePageThatIsShown) {
+    test::present(*window_);
+    probe_->search().set_text("enginespeed");
+    const auto interfaces = [](LogList& list) { return list.get_model()->children().size(); };
+    EXPECT_EQ(interfaces(probe_->dataList()), 1U);
+    EXPECT_EQ(interfaces(probe_->statisticsList()), 3U);
+    probe_->search().grab_focus();
+    test::pressKey(*window_, GDK_KEY_Return);
+    const auto cursor = probe_->dataList().get_selection()->get_selected();
+    ASSERT_TRUE(cursor);
+    EXPECT_EQ(cursor->get_value(probe_->dataList().columns().name), "EngineSpeed");
+    probe_->notebook().set_current_page(1);
+    EXPECT_EQ(interfaces(probe_->statisticsList()), 0U);
+
+    window_->findInList(signal("ST_Powertrain.BusLoad.ST_Powertrain"));
+    EXPECT_EQ(probe_->search().get_text(), "");
+    EXPECT_EQ(probe_->notebook().get_current_page(), 1);
+    window_->findInList(signal(kSpeed));
+    EXPECT_EQ(probe_->notebook().get_current_page(), 0);
+}
+
+TEST_F(WindowTest, ProgressAndBusyShow) {
+    test::present(*window_);
+    store_.progress = 51;
+    store_.emitStatus();
+    test::pumpPending();
+    EXPECT_DOUBLE_EQ(probe_->bar().get_fraction(), 51 * 0.00392156862745098);
+    const auto idle = window_->get_window()->get_cursor();
+    store_.busyUp();
+    test::pumpPending();
+    EXPECT_NE(window_->get_window()->get_cursor(), idle);
+    store_.busyDown();
+    test::pumpPending();
+    EXPECT_EQ(window_->get_window()->get_cursor(), idle);
+}
+
+TEST_F(WindowTest, SpinnerFollowsTheStream) {
+    test::present(*window_);
+    auto& spinner = probe_->spinner();
+    const auto state = [&] {
+        return std::string(spinner.get_visible() ? "shown" : "hidden") +
+               (window_->isSpinning() ? " turning" : " still");
+    };
+    EXPECT_EQ(state(), "hidden still");
+    store_.liveMode = true;
+    store_.framesRead = 100;
+    probe_->tick();
+    EXPECT_EQ(state(), "shown still");
+    EXPECT_FALSE(probe_->bar().get_visible());
+    probe_->tick();
+    EXPECT_EQ(state(), "shown still");  // nothing came since the connection
+    store_.framesRead = 101;
+    probe_->tick();
+    EXPECT_EQ(state(), "shown turning");
+    EXPECT_EQ(spinner.get_tooltip_text(), "Receiving data from logger");
+    probe_->tick();
+    probe_->tick();
+    EXPECT_EQ(state(), "shown turning");
+    probe_->tick();
+    EXPECT_EQ(state(), "shown still");
+    EXPECT_EQ(spinner.get_tooltip_text(), "No data currently received from logger");
+    store_.liveMode = false;
+    probe_->tick();
+    EXPECT_EQ(state(), "hidden still");
+    EXPECT_TRUE(probe_->bar().get_visible());
+}
+
+// ---- messages
+
+TEST_F(WindowTest, MessagesWaitForTheFirstLookAndThenComeOneByOne) {
+    static Texts shown;
+    shown.clear();
+    MessageLog::instance().setPresenter(
+        [](void*, const std::string& markup) { shown.push_back(markup); });
+    test::present(*window_);
+    report(Level::kInfo, "early");
+    report(Level::kWarning, "a < b");
+    probe_->showMessages();  // the window does not run yet
+    EXPECT_TRUE(shown.empty());
+    store_.guiRunning = true;
+    probe_->showMessages();
+    EXPECT_EQ(shown, (Texts{"<span color='#ce7e00' weight='bold'>a &lt; b</span>\n"}));
+    DialogAnswers answers;
+    answers.expect(Gtk::RESPONSE_OK);
+    answers.expect(Gtk::RESPONSE_OK);
+    answers.expect(Gtk::RESPONSE_OK);
+    report(Level::kInfo, "one");
+    report(Level::kWarning, "two");
+    report(Level::kError, "three");
+    probe_->showMessages();
+    EXPECT_EQ(answers.takeTexts(), (Texts{"|Information|one", "|Warning|two", "|Error|three"}));
+    MessageLog::instance().setPresenter(nullptr);
+}
+
+TEST_F(WindowTest, HelpAndTitleDialogs) {
+    test::present(*window_);
+    DialogAnswers answers;
+    answers.expect(Gtk::RESPONSE_OK);
+    test::pressKey(*window_, GDK_KEY_F1);
+    const auto texts = answers.takeTexts();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].substr(0, 23), "|Commands and controls|");
+    EXPECT_NE(texts[0].find("<b>Alt-Z</b>   crop selected area\n"), std::string::npos);
+
+    const auto type = [](Gtk::Dialog& dialog) {
+        for (Gtk::Widget* child : dialog.get_content_area()->get_children())
+            if (auto* entry = dynamic_cast<Gtk::Entry*>(child)) {
+                EXPECT_EQ(entry->get_text(), "Signal Plot");
+                entry->set_text("Test drive");
+            }
+        return true;
+    };
+    answers.expect(Gtk::RESPONSE_CANCEL, type);
+    test::pressKey(*window_, GDK_KEY_F2);
+    EXPECT_EQ(window_->get_title(), "Signal Plot");
+    answers.expect(-5, type);
+    test::pressKey(*window_, GDK_KEY_F2);
+    EXPECT_EQ(window_->get_title(), "Test drive");
+    EXPECT_EQ(store_.title, "Test drive");
+}
+
+// ---- dropdown menus
+
+TEST_F(WindowTest, MenusHideWhatDoesNotFitTheRow) {
+    test::present(*window_);
+    // Every menu is opened from within an event, as the toolkit expects.
+    const auto rows = [this](DropdownMenu menu, const std::function<void()>& open) {
+        const auto button = window_->subPlot().signal_button_press_event().connect(
+            [&](GdkEventButton*) {
+                open();
+                return true;
+            },
+            false);
+        test::pressButton(window_->subPlot(), 1, 50, 50);
+        auto connection = button;
+        connection.disconnect();
+        std::string shown;
+        for (std::size_t row = 0; row < kDropdownRows; ++row)
+            if (auto* item = probe_->dropdowns().item(menu, static_cast<DropdownRow>(row));
+                item != nullptr && item->get_visible())
+                shown += std::to_string(row) + " ";
+        probe_->dropdowns().menu(menu).popdown();
+        test::pumpPending();
+        return shown;
+    };
+    const auto bus = signal(kSpeed);
+    const auto computed = signal("Virt.Engine.TorqueCalm");
+    EXPECT_EQ(rows(DropdownMenu::kPlot, [&] { window_->popupPlotMenu(bus); }),
+              "0 1 2 3 4 5 6 7 14 15 19 20 21 22 ");
+    EXPECT_EQ(probe_->dropdownSignal(), bus);
+    EXPECT_EQ(rows(DropdownMenu::kPlot, [&] { window_->popupPlotMenu(computed); }),
+              "0 1 2 3 4 6 7 14 15 16 19 20 21 22 ");
+    EXPECT_EQ(rows(DropdownMenu::kSignal, [&] { window_->popupSignalMenu(bus); }),
+              "2 3 4 5 6 8 9 10 11 12 13 20 21 ");
+    EXPECT_EQ(rows(DropdownMenu::kMessage, [&] { window_->popupMessageMenu(bus); }),
+              "5 8 9 10 11 12 13 20 21 ");
+    EXPECT_EQ(rows(DropdownMenu::kMessage, [&] { window_->popupMessageMenu(computed); }),
+              "8 9 10 11 12 13 17 18 21 ");
+    EXPECT_EQ(rows(DropdownMenu::kInterface, [&] { window_->popupInterfaceMenu(true); }),
+              "8 9 10 11 12 13 17 18 21 ");
+    EXPECT_EQ(probe_->dropdownSignal(), nullptr);
+    EXPECT_EQ(rows(DropdownMenu::kInterface, [&] { window_->popupInterfaceMenu(false); }),
+              "8 9 10 11 12 13 21 ");
+}
+
+TEST_F(WindowTest, RowActionsActOnTheirSignal) {
+    test::present(*window_);
+    const auto speed = signal(kSpeed);
+    speed->setSelected(true);
+    std::shared_ptr<Signal> opened;
+    WindowCommands commands;
+    commands.openHistogram = [&](const auto& wanted) { opened = wanted; };
+    window_->setCommands(std::move(commands));
+    const auto run = [this, &speed](DropdownRow row) {
+        const auto press = window_->subPlot().signal_button_press_event().connect(
+            [&](GdkEventButton*) {
+                window_->popupPlotMenu(speed);
+                return true;
+            },
+            false);
+        test::pressButton(window_->subPlot(), 1, 50, 50);
+        auto connection = press;
+        connection.disconnect();
+        probe_->dropdowns().menu(DropdownMenu::kPlot).popdown();
+        probe_->dropdowns().item(DropdownMenu::kPlot, row)->activate();
+        test::pumpPending();
+    };
+    run(DropdownRow::kHistogram);
+    EXPECT_EQ(opened, speed);
+    run(DropdownRow::kCopyName);
+    EXPECT_EQ(Gtk::Clipboard::get(GDK_SELECTION_CLIPBOARD)->wait_for_text(), "EngineSpeed");
+    run(DropdownRow::kMessageRate);
+    EXPECT_EQ(probe_->notebook().get_current_page(), 1);
+    EXPECT_EQ(probe_->dropdownSignal()->fullName, "ST_Powertrain.MsgRate.EngineData");
+    run(DropdownRow::kHideSignal);
+    EXPECT_FALSE(speed->selected);
+
+    DialogAnswers answers;
+    answers.expect(Gtk::RESPONSE_OK, [](Gtk::Dialog& dialog) {
+        dynamic_cast<Gtk::ColorChooserDialog&>(dialog).set_rgba(Gdk::RGBA("#00ff80"));
+        return true;
+    });
+    run(DropdownRow::kChangeColor);
+    EXPECT_EQ(speed->color, "#0000ffff8080");
+    EXPECT_EQ(settings_.getSignalColor("Powertrain", "EngineData", "EngineSpeed"), speed->color);
+    EXPECT_EQ(answers.takeTexts(), (Texts{"Select line color"}));
+}
+
+}  // namespace
+}  // namespace trelis
