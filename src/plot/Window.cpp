@@ -56,7 +56,10 @@ Window::Window(Store& store, Settings& settings)
     subPlot_.grab_focus();
 }
 
-Window::~Window() = default;
+Window::~Window() {
+    // The notebook switches pages while they leave it, when the search is gone.
+    reloading_ = true;
+}
 
 std::unique_ptr<Window> createMainWindow(Store& store) {
     return std::make_unique<Window>(store, Settings::instance());

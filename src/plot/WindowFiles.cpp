@@ -156,9 +156,10 @@ void Window::selectVsdFile() {
 void Window::newVsdFile() {
     Gtk::FileChooserDialog dialog("Create new VSD file", Gtk::FILE_CHOOSER_ACTION_SAVE);
     if (runFileDialog(dialog, "New VSD file", "*.vsd", definitionFolder(true)) != kSelect) return;
+    const std::string chosen = dialog.get_filename();
     dialog.hide();
-    if (dialog.get_filename().empty()) return;
-    const std::string file = withExtension(dialog.get_filename(), kVsdExtension);
+    if (chosen.empty()) return;
+    const std::string file = withExtension(chosen, kVsdExtension);
     if (std::filesystem::exists(file)) {
         const auto question = "\"" + Glib::filename_display_basename(file) +
                               "\" already exists, do you want to overwrite it?";
@@ -252,9 +253,10 @@ void Window::storeListFile() {
     Gtk::FileChooserDialog dialog("Store signal list to file", Gtk::FILE_CHOOSER_ACTION_SAVE);
     if (runFileDialog(dialog, "Signal list files", "*.tvlist", listFolder(settings_)) != kSelect)
         return;
+    const std::string chosen = dialog.get_filename();
     dialog.hide();
-    if (dialog.get_filename().empty()) return;
-    const std::string file = withExtension(dialog.get_filename(), kListExtension);
+    if (chosen.empty()) return;
+    const std::string file = withExtension(chosen, kListExtension);
     if (!storeSignalListFile(store_, settings_, file)) return;
     listFolder(settings_) = Glib::path_get_dirname(file);
     settings_.setListPath(listFolder(settings_));
@@ -272,8 +274,9 @@ void Window::exportGps() {
                                   Gtk::FILE_CHOOSER_ACTION_SAVE);
     dialog.set_current_name("track.gpx");
     if (runFileDialog(dialog, "GPX-files", "*.gpx", logFolder(settings_)) != kSelect) return;
+    const std::string chosen = dialog.get_filename();
     dialog.hide();
-    if (dialog.get_filename().empty()) return;
+    if (chosen.empty()) return;
     const std::int64_t left = store_.leftRuler;
     const std::int64_t right = store_.rightRuler;
     std::uint64_t from = timeBox_.start;
@@ -283,7 +286,7 @@ void Window::exportGps() {
         to = static_cast<std::uint64_t>(std::max(left, right));
     }
     if (to == 0) to = std::numeric_limits<std::uint64_t>::max();
-    gpsTrack_->exportGpx(dialog.get_filename(), from, to);
+    gpsTrack_->exportGpx(chosen, from, to);
 }
 
 }  // namespace trelis

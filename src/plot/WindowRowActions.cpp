@@ -164,7 +164,9 @@ void Window::findInList(const std::shared_ptr<Signal>& signal) {
 
 void Window::changeColor(const std::shared_ptr<Signal>& signal) {
     if (!signal) return;
-    Gtk::ColorChooserDialog dialog("Select line color", *this);
+    Gtk::ColorChooserDialog dialog;
+    dialog.set_title("Select line color");
+    dialog.set_transient_for(*this);
     dialog.set_keep_above(true);
     dialog.set_rgba(Gdk::RGBA(signal->color));
     if (dialog.run() != Gtk::RESPONSE_OK) return;

@@ -28,7 +28,7 @@ std::string contentOf(const std::string& path) {
 TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     test::present(*window_);
     bool reloaded = false;
-    window_->windowReloaded.connect([&] { reloaded = true; });
+    auto connection = window_->windowReloaded.connect([&] { reloaded = true; });
     DialogAnswers answers;
     const std::string dbc = test::sampleFile("drive_powertrain.dbc");
     answers.expectFile(dbc, -6);
@@ -41,6 +41,7 @@ TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     EXPECT_NO_THROW(signal("Can.EngineData.EngineSpeed"));
     test::pumpPending();
     EXPECT_TRUE(reloaded);
+    connection.disconnect();
 
     answers.expectFile(test::sampleFile("drive.vsd"));
     test::pressKey(*window_, GDK_KEY_l, GDK_CONTROL_MASK);
@@ -98,7 +99,7 @@ TEST_F(WindowTest, NewDefinitionFilesAskBeforeTheyReplace) {
     answers.expectFile(file);
     answers.expect(Gtk::RESPONSE_YES);
     probe_->choose("File", "New VSD file");
-    EXPECT_EQ(contentOf(file).substr(0, 34), "# Example settings file\n[settings]\n");
+    EXPECT_EQ(contentOf(file).substr(0, 35), "# Example settings file\n[settings]\n");
     EXPECT_EQ(settings_.getVsdFile(), file);
     static_cast<void>(takeMessages());
 

@@ -60,9 +60,11 @@ class DialogAnswers {
 
     std::deque<Answer> plan_;
     std::vector<std::string> texts_;
-    Gtk::Dialog* current_ = nullptr;
+    Gtk::Dialog* current_ = nullptr;   ///< the one on the screen
+    Gtk::Dialog* answered_ = nullptr;  ///< it got its response and is about to go
     int looks_ = 0;
     sigc::connection timer_;
+    sigc::connection gone_;
 };
 
 /// The path of a file of the sample recording.
