@@ -106,7 +106,6 @@ class Window : public Gtk::Window, public PlotHost {
     [[nodiscard]] LogList& shownList();
     void applySearch();
     void rebuildLists(bool keep);
-
     // WindowMenus.cpp
     void buildMenuBar();
     void buildFileMenu();
@@ -122,7 +121,6 @@ class Window : public Gtk::Window, public PlotHost {
     void showGpsMenu();
     void plotGps();
     void openGuide();
-
     // WindowRowActions.cpp
     void runDropdown(DropdownRow row);
     void findMessageRate();
@@ -134,13 +132,11 @@ class Window : public Gtk::Window, public PlotHost {
     void uncheckAll();
     void storeSelection();
     void restoreSelection();
-
     // WindowMessages.cpp
     bool showPendingMessages();
     void showMessage(int level, const std::string& text);
     void showHelp();
     void changeTitle();
-
     // WindowFiles.cpp
     int runFileDialog(Gtk::FileChooserDialog& dialog, const Glib::ustring& filterName,
                       const std::string& filterPattern, const std::string& startFolder);
