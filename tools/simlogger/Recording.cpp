@@ -56,8 +56,7 @@ class OutputFile {
 class Recorder {
   public:
     Recorder(const Scenario& scenario, const std::filesystem::path& directory)
-        : scenario_(scenario),
-          spec_(scenario.recording),
+        : spec_(scenario.recording),
           directory_(directory),
           traffic_(scenario) {}
 
@@ -117,7 +116,6 @@ class Recorder {
         }
     }
 
-    const Scenario& scenario_;
     const RecordingSpec& spec_;
     std::filesystem::path directory_;
     Traffic traffic_;
