@@ -14,7 +14,7 @@
 namespace trelis::test {
 
 /// Runs the main loop until the condition holds; false if it does not within the deadline.
-bool pump(const std::function<bool()>& condition, int deadlineMs = 10000);
+bool pump(const std::function<bool()>& condition, int deadlineMs = 40000);
 /// Runs the main loop until nothing waits.
 void pumpPending();
 /// Shows the window and waits until it is on the screen, has the focus and was drawn.
