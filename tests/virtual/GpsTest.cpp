@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -141,6 +142,17 @@ TEST(GpsTrackTest, collectsPointsFromTheFirstFixOn) {
     EXPECT_TRUE(track->samples().empty());
 }
 
+// Standard output of a command; empty if it cannot be run.
+std::string outputOf(const std::string& command) {
+    std::string output;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr) return output;
+    for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe))
+        output.push_back(static_cast<char>(byte));
+    ::pclose(pipe);
+    return output;
+}
+
 TEST(GpsTrackTest, exportsGpx) {
     TestModel model;
     feedPositions(model, {{57, 1, 12.25, 0}, {57.5, 0, 12, 1}, {57.75, 0, 12, 0}}, "Logger");
@@ -168,6 +180,12 @@ TEST(GpsTrackTest, exportsGpx) {
               "\t\t\t\t<ele>11.00</ele>\n\t\t\t\t<speed>10.00</speed>\n"
               "\t\t\t\t<time>2020-09-13T12:26:41</time>\n\t\t\t</trkpt>\n"
               "\t\t</trkseg>\n\t</trk>\n</gpx>\n");
+    // What others read in it; both tools come with the set-up.
+    EXPECT_EQ(outputOf("xmllint --xpath 'count(//trkpt)' " + path.string()), "2\n");
+    const std::string points =
+        outputOf("gpsbabel -t -i gpx -f " + path.string() + " -o unicsv -F -");
+    EXPECT_NE(points.find("-57.000000,12.250000,10.0,10.00,2020/09/13,12:26:40"), std::string::npos)
+        << points;
     std::filesystem::remove(path);
     EXPECT_FALSE(track->exportGpx("/nowhere/track.gpx", 0, ~std::uint64_t{0}));
 
