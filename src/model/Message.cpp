@@ -20,7 +20,9 @@ Message::Message(ModelContext& context, std::uint32_t messageId, std::string mes
 
 Message::~Message() = default;
 
-bool Message::startWorker() { return false; }
+bool Message::startWorker() {
+    return false;
+}
 
 bool Message::startLogWorker(const std::deque<std::shared_ptr<FrameSource>>& /*parsers*/) {
     return startWorker();
@@ -48,12 +50,15 @@ std::shared_ptr<Signal> Message::getSignal(const std::string& signalName) const 
 
 void Message::postFrame(const Frame& /*frame*/, std::uint64_t /*absoluteTime*/) {}
 
-std::vector<StoredFrame>* Message::heldFrames() { return nullptr; }
+std::vector<StoredFrame>* Message::heldFrames() {
+    return nullptr;
+}
 
 void Message::decodeHeld() {}
 
 void Message::clearMessage() {
-    for (const auto& signal : signals) signal->resetAll();
+    for (const auto& signal : signals)
+        signal->resetAll();
     signalsByName.clear();
     signals.clear();
     parseOrder.clear();
@@ -61,7 +66,9 @@ void Message::clearMessage() {
     iface.reset();
 }
 
-bool Message::isWanted() const { return false; }
+bool Message::isWanted() const {
+    return false;
+}
 
 bool Message::addSignal(const std::string& signalName, const std::shared_ptr<Signal>& signal) {
     if (!signalsByName.emplace(signalName, signal).second) return false;
@@ -75,7 +82,9 @@ void Message::addUnnamedSignal(const std::shared_ptr<Signal>& signal) {
     parseOrder.push_back(signal);
 }
 
-std::shared_ptr<std::mutex> Message::sampleMutex() const { return nullptr; }
+std::shared_ptr<std::mutex> Message::sampleMutex() const {
+    return nullptr;
+}
 
 void Message::selectPattern(const std::string& pattern) {
     const Glib::PatternSpec spec{Glib::ustring(pattern)};
@@ -84,7 +93,8 @@ void Message::selectPattern(const std::string& pattern) {
 }
 
 void Message::selectAll(bool select) {
-    for (const auto& [signalName, signal] : signalsByName) signal->setSelected(select);
+    for (const auto& [signalName, signal] : signalsByName)
+        signal->setSelected(select);
 }
 
 std::shared_ptr<CanIface> Message::parent() const {
@@ -94,9 +104,8 @@ std::shared_ptr<CanIface> Message::parent() const {
 
 void Message::recount() {
     if (!context_.liveMode) {
-        std::stable_sort(parseOrder.begin(), parseOrder.end(), [](const auto& a, const auto& b) {
-            return a->useCount > b->useCount;
-        });
+        std::stable_sort(parseOrder.begin(), parseOrder.end(),
+                         [](const auto& a, const auto& b) { return a->useCount > b->useCount; });
     }
     static_cast<UseCounts&>(*this) = {};
     for (const auto& signal : signals) {

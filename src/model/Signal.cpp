@@ -119,7 +119,9 @@ void Signal::removeUser(const std::shared_ptr<Signal>& user) {
         users.erase(found);
 }
 
-bool Signal::usesSignal(const std::string& /*fullName*/) const { return false; }
+bool Signal::usesSignal(const std::string& /*fullName*/) const {
+    return false;
+}
 
 void Signal::decodeFrame(const Frame& /*frame*/) {}
 

@@ -56,9 +56,7 @@ class OutputFile {
 class Recorder {
   public:
     Recorder(const Scenario& scenario, const std::filesystem::path& directory)
-        : spec_(scenario.recording),
-          directory_(directory),
-          traffic_(scenario) {}
+        : spec_(scenario.recording), directory_(directory), traffic_(scenario) {}
 
     RecordingSummary run() {
         for (unsigned i = 0; i < spec_.files; ++i)
