@@ -6,6 +6,15 @@
 
 namespace trelis {
 
+namespace {
+
+// Up to here (16 KiB, half of the first cache) the table is sixteen times as long as it has
+// entries: the first place then tells a record that nobody wants, which the processor foresees
+// better than a walk of changing length.
+constexpr unsigned kSparseBits = 11;
+
+}  // namespace
+
 LogFilter::LogFilter(const Store& store)
     : plain_(!store.wantErrors && !store.wantBitRates),
       wantErrors_(store.wantErrors),
@@ -15,7 +24,7 @@ LogFilter::LogFilter(const Store& store)
     for (const auto& [number, interface] : store.activeInterfaces)
         if (number <= kLoggerInterface) wanted += interface->activeMessages.size();
     unsigned bits = 4;
-    while ((std::size_t{1} << bits) < wanted * 4)
+    while ((std::size_t{1} << bits) < wanted * (bits < kSparseBits ? 16 : 4))
         ++bits;
     hashShift_ = 64 - bits;
     placeMask_ = (std::size_t{1} << bits) - 1;
