@@ -5,28 +5,45 @@
 
 namespace trelis {
 
+namespace {
+
+// Smallest and largest value of a chain of samples; NaN compares as false and counts for nothing.
+struct Extremes {
+    double low = std::numeric_limits<double>::infinity();
+    double high = -std::numeric_limits<double>::infinity();
+
+    void take(double value) {
+        low = value < low ? value : low;
+        high = value > high ? value : high;
+    }
+};
+
+}  // namespace
+
 SamplePyramid::Node SamplePyramid::summarize(const Sample* samples, bool gapBefore) {
-    // Four independent chains: one alone would wait for the latency of each comparison.
-    constexpr std::size_t kChains = 4;
-    Node chains[kChains];
-    bool gap = gapBefore;
+    // Four chains in variables of their own, which the compiler keeps in registers: one alone would
+    // wait for the latency of each comparison. The longest step of time tells of a gap. Memory is
+    // the bound, so the samples of the second next block are asked for meanwhile.
+    Extremes a, b, c, d;
+    std::uint64_t longest = 0;
     std::uint64_t before = samples[0].time;
-    for (std::size_t i = 0; i < kBlock; i += kChains) {
-        for (std::size_t chain = 0; chain < kChains; ++chain) {
-            const Sample& sample = samples[i + chain];
-            Node& node = chains[chain];
-            node.low = sample.value < node.low ? sample.value : node.low;
-            node.high = sample.value > node.high ? sample.value : node.high;
-            gap |= sample.time - before > kGapMs;
-            before = sample.time;
-        }
+    for (const Sample* sample = samples; sample != samples + kBlock; sample += 4) {
+        __builtin_prefetch(sample + 2 * kBlock);
+        a.take(sample[0].value);
+        b.take(sample[1].value);
+        c.take(sample[2].value);
+        d.take(sample[3].value);
+        const std::uint64_t first =
+            std::max(sample[0].time - before, sample[1].time - sample[0].time);
+        const std::uint64_t second =
+            std::max(sample[2].time - sample[1].time, sample[3].time - sample[2].time);
+        longest = std::max(longest, std::max(first, second));
+        before = sample[3].time;
     }
     Node joined;
-    for (const Node& node : chains) {
-        joined.low = std::min(joined.low, node.low);
-        joined.high = std::max(joined.high, node.high);
-    }
-    if (gap) joined.low = std::numeric_limits<double>::quiet_NaN();
+    joined.low = std::min(std::min(a.low, b.low), std::min(c.low, d.low));
+    joined.high = std::max(std::max(a.high, b.high), std::max(c.high, d.high));
+    if (gapBefore || longest > kGapMs) joined.low = std::numeric_limits<double>::quiet_NaN();
     return joined;
 }
 
