@@ -137,7 +137,8 @@ int printPresets() {
 int run(std::span<const std::string_view> arguments) {
     if (arguments.empty()) throw UsageError("no command given");
     const std::string_view command = arguments[0];
-    if (command == "--help" || command == "-h" || command == "help") {
+    const std::string_view last = arguments.back();  // also behind a command
+    if (last == "--help" || last == "-h" || command == "help") {
         std::printf("%.*s", static_cast<int>(kHelp.size()), kHelp.data());
         return 0;
     }
