@@ -125,9 +125,13 @@ bool Signal::usesSignal(const std::string& /*fullName*/) const {
 
 void Signal::decodeFrame(const Frame& /*frame*/) {}
 
+std::unique_lock<std::mutex> Signal::lockIfOwned() const {
+    return mutex ? std::unique_lock(*mutex) : std::unique_lock<std::mutex>();
+}
+
 void Signal::clearSamples() {
     // A painter may still be looking at the samples of the last parse.
-    const auto lock = mutex ? std::unique_lock(*mutex) : std::unique_lock<std::mutex>();
+    const auto lock = lockIfOwned();
     samples_.clear();
     hasData = false;
     needsParse = selected || useCount != 0;
@@ -170,9 +174,9 @@ double Signal::valueAt(std::uint64_t time) const {
 }
 
 void Signal::updateVisibleRange() {
+    const auto lock = lockIfOwned();
     intervalActive = true;
     if (!hasData) return;
-    const std::lock_guard lock(*mutex);
     visibleMin = kHighest;
     visibleMax = kLowest;
     const std::uint64_t start = context_.intervalStart;
@@ -186,9 +190,9 @@ void Signal::updateVisibleRange() {
 }
 
 void Signal::resetVisibleRange() {
+    const auto lock = lockIfOwned();
     intervalActive = false;
     if (!hasData) return;
-    const std::lock_guard lock(*mutex);
     visibleMin = min;
     visibleMax = max;
 }

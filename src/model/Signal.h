@@ -75,7 +75,7 @@ class Signal : public std::enable_shared_from_this<Signal> {
 
     /// Takes the visible range from the samples in the selected interval. Locks `mutex`.
     void updateVisibleRange();
-    /// Takes the visible range from all samples.
+    /// Takes the visible range from all samples. Locks `mutex`.
     void resetVisibleRange();
 
     [[nodiscard]] const SampleArray& samples() const { return samples_; }
@@ -118,6 +118,8 @@ class Signal : public std::enable_shared_from_this<Signal> {
     void storeLive(std::uint64_t time, double value);
 
   private:
+    /// Holds `mutex`, which a signal without a message does not have.
+    [[nodiscard]] std::unique_lock<std::mutex> lockIfOwned() const;
     void append(std::uint64_t time, double value);
     /// Widens a range by a value that lies within the limits.
     void widen(double& low, double& high, double value) const;
