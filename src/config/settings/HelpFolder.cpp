@@ -18,7 +18,8 @@ bool holdsHelp(const fs::path& folder) {
 }  // namespace
 
 fs::path findHelpFolder(const fs::path& installed, const fs::path& program) {
-    if (holdsHelp(installed)) return installed;
+    // Without its path there is nothing beside the program but whatever folder it was started in.
+    if (holdsHelp(installed) || program.is_relative()) return installed;
     const fs::path prefix = program.parent_path().parent_path();
     if (const fs::path own = prefix / "share/doc/sigmira/help"; holdsHelp(own)) return own;
     fs::path folder = program.parent_path();
