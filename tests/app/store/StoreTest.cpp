@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
+#include <latch>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
@@ -164,33 +164,34 @@ TEST_F(StoreTest, clearsEverything) {
     EXPECT_TRUE(signal->samples().empty());
 }
 
-TEST_F(StoreTest, runsOnePassOnTheCallingThread) {
-    int passes = 0;
-    store.hooks.logFiles = [&](Store& running) {
-        ++passes;
-        EXPECT_TRUE(running.parsing);
-        EXPECT_TRUE(running.isBusy());
+TEST_F(StoreTest, runsOnePassOfItsInputOnTheCallingThread) {
+    std::string passes;
+    const auto path = [&](const char* name, bool live) {
+        return [&passes, name, live](Store& running) {
+            passes += name;
+            EXPECT_EQ(running.parsing, !live) << name;
+            EXPECT_EQ(running.isBusy(), !live) << name;
+        };
     };
-    store.hooks.ascImport = [&](Store&) { passes += 10; };
-    store.hooks.csvImport = [&](Store&) { passes += 100; };
-    store.hooks.liveConnection = [&](Store& running) {
-        passes += 1000;
-        EXPECT_FALSE(running.parsing || running.isBusy());
+    store.hooks.logFiles = path("log ", false);
+    store.hooks.ascImport = path("asc ", false);
+    store.hooks.csvImport = path("csv ", false);
+    store.hooks.canSocket = path("can ", true);
+    store.hooks.liveConnection = path("live ", true);
+    const auto parse = [&] {
+        store.running = true;
+        EXPECT_TRUE(store.parseNow());
+        EXPECT_FALSE(store.parsing || store.isBusy() || store.running);
     };
-    EXPECT_TRUE(store.parseNow());
-    EXPECT_EQ(passes, 1);
-    EXPECT_FALSE(store.parsing || store.isBusy() || store.running);
-    EXPECT_EQ(store.lastTime, 0U);
-    store.running = true;
-    store.ascMode = true;
-    store.parseNow();
-    store.running = true;
-    store.csvMode = true;
-    store.parseNow();
-    store.running = true;
+    parse();
+    for (bool* mode : {&store.ascMode, &store.csvMode, &store.dongleMode}) {
+        *mode = true;  // each goes before those that were set until now
+        parse();
+    }
     store.networkInput = true;
-    store.parseNow();
-    EXPECT_EQ(passes, 1111);
+    parse();
+    EXPECT_EQ(passes, "log asc csv can live ");
+    EXPECT_EQ(store.lastTime, 0U);
 }
 
 TEST_F(StoreTest, tellsHowAPassFailed) {
@@ -204,37 +205,18 @@ TEST_F(StoreTest, tellsHowAPassFailed) {
     EXPECT_EQ(test::TestStore::messages(), Messages{"the end"});
 }
 
-// One-way gate between a pass and the test.
-class Gate {
-  public:
-    void open() {
-        const std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    void wait() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return open_; });
-    }
-
-  private:
-    std::mutex mutex_;  // guards open_
-    std::condition_variable changed_;
-    bool open_ = false;
-};
-
 TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
     store.noGui = false;  // the worker lives on after a pass
-    Gate begun;
-    Gate proceed;
-    Gate second;
+    std::latch begun(1);
+    std::latch proceed(1);
+    std::latch second(1);
     int passes = 0;
     store.hooks.logFiles = [&](Store&) {
         if (++passes == 1) {
-            begun.open();
+            begun.count_down();
             proceed.wait();
-        } else {
-            second.open();
+        } else if (passes == 2) {
+            second.count_down();
         }
     };
     store.startWorker();
@@ -245,7 +227,7 @@ TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
     for (int i = 0; i < 5; ++i)
         store.requestParse();
     EXPECT_TRUE(store.reparseRequested());
-    proceed.open();
+    proceed.count_down();
     second.wait();
     store.shutdown();
     EXPECT_EQ(passes, 2);
@@ -253,15 +235,15 @@ TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
 
 TEST_F(StoreTest, worksOnAfterAnInputThatEndedTheWorker) {
     store.noGui = false;
-    Gate first;
-    Gate second;
+    std::latch first(1);
+    std::latch second(1);
     int passes = 0;
     store.hooks.logFiles = [&](Store& running) {
         if (++passes == 1) {
             running.running = false;
-            first.open();
-        } else {
-            second.open();
+            first.count_down();
+        } else if (passes == 2) {
+            second.count_down();
         }
     };
     store.startWorker();
