@@ -1,9 +1,11 @@
 #include <getopt.h>
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 #include "app/HelpText.h"
@@ -31,9 +33,12 @@ constexpr std::array<option, 8> kLongOptions = {{
     {nullptr, 0, nullptr, 0},
 }};
 
-void print(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+// Prints a text that ends the process; gives the exit status.
+int print(std::string_view text) {
+    const bool whole = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (std::fflush(stdout) == 0 && whole) return 0;
+    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
+    return 1;
 }
 
 // The options that only set something; false for the others.
@@ -132,17 +137,13 @@ std::optional<int> readOptions(Store& store, StartUp& startUp, int argc, char** 
                 store.decryptionKey = optarg;
                 break;
             case 'e':
-                print(vsdHelpText());
-                return 0;
+                return print(vsdHelpText());
             case 'h':
-                print(usageText(argv[0]));
-                return 0;
+                return print(usageText(argv[0]));
             case kHelp:
-                print(usageText(argv[0]) + longOptionsText());
-                return 0;
+                return print(usageText(argv[0]) + longOptionsText());
             case 'v':
-                print(kVersionText);
-                return 0;
+                return print(kVersionText);
             case kCan:
                 if (applyCanInterface(store, optarg)) break;
                 [[fallthrough]];

@@ -35,7 +35,7 @@ void ProgressLine::follow() {
     bool shown = false;
     std::unique_lock lock(mutex_);
     while (!changed_.wait_for(lock, kPeriod, [this] { return ended_; })) {
-        if (store_.networkInput) {
+        if (store_.liveMode) {
             const unsigned long long frames = store_.framesRead;
             std::fprintf(stderr, "\r\033[K%llu frames read", frames);
         } else {

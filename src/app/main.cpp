@@ -33,12 +33,16 @@ using namespace trelis;
 
 constexpr int kFailed = 1;
 
+void chooseTolerance(Store& store, const StartUp& startUp) {
+    store.tolerantDefinitions = startUp.tolerant || Settings::instance().getTolerantDefinitions();
+}
+
 void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
     if (!store.csvMode && !store.ascMode && !store.dongleMode) addLoggerInterface(store);
     readPositionals(store, startUp, argc, argv);
     if (store.csvMode) prepareCsvImport(store);
     if (store.dumpAsc) return;
-    store.tolerantDefinitions = startUp.tolerant || Settings::instance().getTolerantDefinitions();
+    chooseTolerance(store, startUp);
     loadDefinitions(store, startUp);
     if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
 }
@@ -76,6 +80,7 @@ int runWithoutWindow(Store& store, const StartUp& startUp) {
 int runCheck(Store& store, StartUp& startUp, int argc, char** argv) {
     addLoggerInterface(store);
     readPositionals(store, startUp, argc, argv);
+    chooseTolerance(store, startUp);
     if (startUp.dbcArgument.empty() && startUp.vsdArgument.empty()) {
         Settings& settings = Settings::instance();
         if (settings.getDbFile() != kNoFile) startUp.dbcArgument = settings.getDbFile();
@@ -102,10 +107,9 @@ int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
 #endif
 }
 
-// Tells what went wrong, in the window mode also by a dialog, and gives the exit status.
-int fail(const Store& store, const std::string& text) {
+// Shows what was told in a dialog, in the window mode, and gives the exit status.
+int fail(const Store& store) {
     if (store.noGui) return kFailed;
-    report(Level::kError, text);
 #ifdef SIGMIRA_WITH_GUI
     installMessagePresenter();
 #endif
@@ -113,10 +117,27 @@ int fail(const Store& store, const std::string& text) {
     return kFailed;
 }
 
+int fail(const Store& store, const std::string& text) {
+    if (!store.noGui) report(Level::kError, text);
+    return fail(store);
+}
+
+// Without a place for the settings the program does not start, and saves nothing at its end.
+bool openSettings(Store& store) {
+    try {
+        Settings::instance();
+        return true;
+    } catch (const PrintMsgError&) {
+        store.hooks.saveSettings = nullptr;
+        return false;
+    }
+}
+
 int run(Store& store, int argc, char** argv) {
     StartUp startUp;
     try {
         if (const auto status = readOptions(store, startUp, argc, argv)) std::exit(*status);
+        if (!openSettings(store)) return fail(store);
         if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));  // saves nothing
         try {
             prepare(store, startUp, argc, argv);
@@ -126,7 +147,7 @@ int run(Store& store, int argc, char** argv) {
         }
         return runMode(store, startUp, argc, argv);
     } catch (const PrintMsgError&) {
-        return kFailed;
+        return fail(store);
     } catch (const Glib::Exception& error) {
         return fail(store, "Glib: " + error.what().raw());
     } catch (const std::exception& error) {

@@ -57,11 +57,14 @@ void report(Level level, std::string_view text) {
     line.append(text).append("\033[0m\n");
     // One call, so that lines of different threads interleave as whole lines.
     std::fwrite(line.data(), 1, line.size(), stderr);
-    // A cut must not leave half a UTF-8 character to the widgets.
-    std::size_t end = std::min(text.size(), kQueuedBytes);
-    while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+    // A widget shows nothing at all of a text with a broken character, such as the bytes of a file
+    // name in another encoding, or one that is cut in half.
+    std::string queued = toValidUtf8(text);
+    std::size_t end = std::min(queued.size(), kQueuedBytes);
+    while (end < queued.size() && (static_cast<unsigned char>(queued[end]) & 0xC0U) == 0x80U)
         --end;
-    MessageLog::instance().add(levelWord(level), text.substr(0, end));
+    queued.resize(end);
+    MessageLog::instance().add(levelWord(level), queued);
 }
 
 void reportFatal(std::string_view text) {
