@@ -96,7 +96,8 @@ void writeNames(HelpWriter& help) {
 void writeInputs(HelpWriter& help) {
     help.head("METHOD, INPUTS AND STEP");
     help << "Every group needs the key ";
-    help.key("method") << ", its inputs and, but for integrate, a ";
+    help.key("method") << ". All methods but geofence need inputs, and all but geofence and\n"
+                          "integrate need a ";
     help.key("step") << ":\n  ";
     help.key("signal") << " or ";
     help.key("signal_01") << "=";

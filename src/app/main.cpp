@@ -1,6 +1,8 @@
 // The program's entry: reads the command line, loads the definitions and runs one mode.
+#include <fcntl.h>
 #include <glibmm/error.h>
 #include <glibmm/init.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
@@ -57,7 +59,7 @@ bool outputIsWhole() {
 int runWithoutWindow(Store& store, const StartUp& startUp) {
     if (startUp.listOnly) {
         printListing(store, std::cout);
-        std::exit(outputIsWhole() ? 0 : kFailed);  // nothing was parsed and nothing is saved
+        std::exit(outputIsWhole() ? 0 : kFailed);  // nothing was parsed
     }
     Settings::instance().save();
     const StopSignals signals([&store] { store.interrupt(); });
@@ -133,12 +135,22 @@ bool openSettings(Store& store) {
     }
 }
 
+// A standard stream that the caller has closed must not become a file that is opened later:
+// messages and results would go into it. This way they fail as on any closed stream.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0)
+            ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 int run(Store& store, int argc, char** argv) {
     StartUp startUp;
     try {
         if (const auto status = readOptions(store, startUp, argc, argv)) std::exit(*status);
         if (!openSettings(store)) return fail(store);
-        if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));  // saves nothing
+        // These only look, so a wrong path given to them is forgotten, also when they fail.
+        if (startUp.listOnly || startUp.checkOnly) store.hooks.saveSettings = nullptr;
+        if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));
         try {
             prepare(store, startUp, argc, argv);
         } catch (const PrintMsgError&) {
@@ -158,6 +170,7 @@ int run(Store& store, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     std::setlocale(LC_ALL, "C");
     // A reader that closes the pipe ends the program quietly, whatever the caller ignored.
     std::signal(SIGPIPE, SIG_DFL);

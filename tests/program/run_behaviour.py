@@ -54,8 +54,11 @@ class Behaviour(unittest.TestCase):
     def test_listing_leaves_the_settings_alone(self):
         self.settings.write_text("[global]\n# mine\ndbFile=./dummy\nvsdFile=./dummy\n")
         before = self.settings.read_bytes()
-        self.assertEqual(self.run_program("-l", "-f", f"{TEMPLATES}/drive.vsd")[0], 0)
-        self.assertEqual(self.settings.read_bytes(), before)
+        for arguments, expected in ((["-l", "-f", f"{TEMPLATES}/drive.vsd"], 0),
+                                    (["-l", "-d", "."], 1), (["-l", "-f", "."], 1),
+                                    (["--check", "-f", "."], 1), (["--check", "-d", "x"], 1)):
+            self.assertEqual(self.run_program(*arguments)[0], expected, arguments)
+            self.assertEqual(self.settings.read_bytes(), before, arguments)
 
     def test_settings_that_cannot_be_saved_cost_no_results(self):
         self.settings.write_text("")
@@ -129,6 +132,17 @@ class Behaviour(unittest.TestCase):
                 status, _, err = self.run_program(*arguments, stdout=full)
             self.assertEqual(status, 1, arguments)
             self.assertIn("No space left on device", err)
+
+    def test_closed_streams_are_no_files_of_its_own(self):
+        arguments = ["-q", "-f", f"{TEMPLATES}/drive.vsd", "-s", "Virt.*.*", *LOGS]
+        status, _, err = self.run_program(*arguments, prefix=["sh", "-c", '"$@" >&-', "sh"])
+        self.assertEqual(status, 1)
+        self.assertIn("Bad file descriptor", err)
+        self.settings.write_text("damaged")
+        status, out, _ = self.run_program(*arguments, prefix=["sh", "-c", '"$@" <&- 2>&-', "sh"])
+        self.assertEqual(status, 0)
+        self.assertEqual(len(out.splitlines()), 2)
+        self.assertNotIn("WRN", self.settings.read_text())
 
     def test_a_reader_that_leaves_ends_the_program_quietly(self):
         with self.start("-o", *LOGS, stdout=subprocess.PIPE) as process:

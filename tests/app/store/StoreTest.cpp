@@ -1,7 +1,9 @@
 #include "app/store/Store.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <cstdlib>
 #include <latch>
 #include <memory>
 #include <stdexcept>
@@ -78,8 +80,29 @@ TEST_F(StoreTest, refusesInterfacesTwice) {
     EXPECT_EQ(test::TestStore::messages(),
               (Messages{"Interface name 'Can0' already used. Duplicates not allowed.",
                         "Could not insert Can interface (nbr), Can1 (4)"}));
-    EXPECT_THROW(static_cast<void>(store.getMessage(9, 1)), std::invalid_argument);
-    EXPECT_THROW(static_cast<void>(store.getMessage(4, 1)), std::invalid_argument);
+}
+
+TEST_F(StoreTest, findsMessagesByNumber) {
+    add("Can0", 4, "Motor", "Speed");
+    EXPECT_EQ(store.getMessage(4, 0)->name, "Motor");
+    const auto failure = [&](std::uint32_t number, std::uint32_t id) -> std::string {
+        try {
+            return store.getMessage(number, id)->name;
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+    };
+    EXPECT_EQ(failure(9, 0), "Can't find interface with number 9");
+    EXPECT_EQ(failure(4, kExtendedIdFlag | 1), "Can't find message with id 2147483649");
+}
+
+TEST_F(StoreTest, keepsTheLastConnectionAtHome) {
+    const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+    ::setenv("HOME", "/home/me", 1);
+    EXPECT_EQ(test::TestStore().liveFilePath, "/home/me/.sigmiralive");
+    ::setenv("HOME", "", 1);
+    EXPECT_EQ(test::TestStore().liveFilePath, "/tmp/.sigmiralive");
+    ::setenv("HOME", home.c_str(), 1);
 }
 
 TEST_F(StoreTest, findsActiveInterfacesByNumber) {
