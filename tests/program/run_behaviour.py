@@ -170,6 +170,30 @@ class Behaviour(unittest.TestCase):
         for key in ("ifname_N", "dbcfile_N", "dbcfile", "legacygps", "include", "postinclude"):
             self.assertIn(f"\033[1;32m{key}\033[0m=", keys)
 
+    def test_the_stand_in_tells_wrong_uses(self):
+        small = ["record", "--preset", "small", "-o", str(self.home / "out")]
+        for arguments, expected, told in (
+                ([], 2, "no command given"),
+                (["record", "-o", "x"], 2, "one of --scenario and --preset is needed"),
+                (["record", "--preset", "nope", "-o", "x"], 2, "there is no preset 'nope'"),
+                (["record", "--scenario", "/tmp", "-o", "x"], 1, "/tmp is a folder"),
+                (["record", "--preset", "small", "-o", "/dev/full"], 1, "cannot make the directory"),
+                ([*small, "--set", "bogus=1"], 1, "a recording has no key 'bogus'"),
+                ([*small, "--frames", "-1"], 1, "'-1' is not a number that fits here"),
+                (["serve"], 2, "either log files or a scenario are needed"),
+                (["serve", __file__, "--port", "0"], 1, "is no recording"),
+                (["serve", "--preset", "small", "--fault", "x"], 2, "there is no fault 'x'")):
+            done = subprocess.run([SIMLOGGER, *arguments], capture_output=True, timeout=DEADLINE,
+                                  stdin=subprocess.DEVNULL, check=False)
+            self.assertEqual((done.returncode, done.stdout), (expected, b""), arguments)
+            self.assertIn(told, done.stderr.decode())
+        with open("/dev/full", "wb") as full:
+            for arguments in (["--help"], ["presets"], ["scenario", "--preset", "drive"]):
+                done = subprocess.run([SIMLOGGER, *arguments], stdout=full, stderr=subprocess.PIPE,
+                                      timeout=DEADLINE, check=False)
+                self.assertEqual(done.returncode, 1, arguments)
+                self.assertIn(b"standard output could not be written", done.stderr)
+
     def test_no_progress_line_goes_into_a_pipe(self):
         _, _, err = self.run_program("-q", "--progress", "-f", f"{TEMPLATES}/drive.vsd", "-s",
                                      "Virt.*.*", *LOGS)
