@@ -5,7 +5,9 @@
 """
 import os
 import pathlib
+import pty
 import re
+import select
 import signal
 import subprocess
 import sys
@@ -28,11 +30,11 @@ class Behaviour(unittest.TestCase):
         self.home = pathlib.Path(self.folder.name)
         self.settings = self.home / ".sigmira"
 
-    def start(self, *arguments, prefix=(), **options):
+    def start(self, *arguments, prefix=(), stderr=subprocess.PIPE, **options):
         environment = {"PATH": os.environ["PATH"], "HOME": str(self.home)}
         environment.update({k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")})
         return subprocess.Popen([*prefix, PROGRAM, *arguments], env=environment, stdin=subprocess.DEVNULL,
-                                stderr=subprocess.PIPE, **options)
+                                stderr=stderr, **options)
 
     def run_program(self, *arguments, **options):
         options.setdefault("stdout", subprocess.PIPE)
@@ -198,6 +200,29 @@ class Behaviour(unittest.TestCase):
         _, _, err = self.run_program("-q", "--progress", "-f", f"{TEMPLATES}/drive.vsd", "-s",
                                      "Virt.*.*", *LOGS)
         self.assertNotIn("\r", err)
+
+    def test_a_progress_line_follows_a_stream_on_a_terminal_and_goes(self):
+        terminal, end = pty.openpty()
+        with subprocess.Popen([SIMLOGGER, "serve", "--preset", "small", "--port", "0", "--once"],
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as server:
+            port = server.stdout.readline().decode().strip().rpartition(":")[2]
+            with self.start("-q", "-n", "127.0.0.1", "-p", port, "-f", f"{TEMPLATES}/drive.vsd",
+                            stdout=subprocess.PIPE, stderr=end) as process:
+                shown = b""
+                while b"frames read\r" not in shown:
+                    self.assertTrue(select.select([terminal], [], [], DEADLINE)[0], shown)
+                    shown += os.read(terminal, 4096)
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(DEADLINE), 128 + signal.SIGINT)
+            server.wait(DEADLINE)
+        os.close(end)
+        while select.select([terminal], [], [], 0)[0]:
+            try:
+                shown += os.read(terminal, 4096)
+            except OSError:  # nobody holds the other end any more
+                break
+        os.close(terminal)
+        self.assertTrue(shown.endswith(b"\033[K"), shown)
 
 
 if __name__ == "__main__":
