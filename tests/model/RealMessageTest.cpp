@@ -78,15 +78,6 @@ TEST_F(RealMessageTest, countsWhatIsWanted) {
     EXPECT_EQ(message->parseOrder.front(), first) << "the order stays while a stream runs";
 }
 
-TEST_F(RealMessageTest, selectsByPattern) {
-    message->selectPattern("fi*");
-    EXPECT_TRUE(first->selected && !second->selected);
-    message->selectPattern("?econd");
-    EXPECT_TRUE(second->selected);
-    message->selectAll(false);
-    EXPECT_EQ(store.counts.selectedCount, 0U);
-}
-
 TEST_F(RealMessageTest, refusesNamesAndIdsTwice) {
     EXPECT_FALSE(message->addSignal("first", second));
     EXPECT_EQ(message->signals.size(), 2U);

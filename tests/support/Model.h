@@ -45,6 +45,20 @@ inline std::shared_ptr<RealSignal> byteAt(const std::shared_ptr<Message>& messag
     return signal;
 }
 
+/// Frames such as make every rule of storage fire: steps up to and beyond 10 s, values that stay.
+inline std::vector<StoredFrame> randomRun(Randomness& random, std::size_t count) {
+    constexpr std::uint32_t kSteps[] = {0, 1, 10, 900, 9999, 10000, 10001, 40000};
+    std::vector<StoredFrame> run;
+    std::uint64_t time = 0;
+    std::uint64_t data = random.bits();
+    while (run.size() < count) {
+        time += kSteps[random.below(random.below(10) == 0 ? 8 : 4)];
+        if (random.below(3) == 0) data = random.bits() & random.bits();
+        run.emplace_back(time, 8, data);
+    }
+    return run;
+}
+
 /// A Store with one bus.
 struct BusStore : TestStore {
     std::shared_ptr<CanIface> bus = addInterface("Can", 0);

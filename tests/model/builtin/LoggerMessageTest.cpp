@@ -81,16 +81,9 @@ TEST(LoggerMessageTest, decodesRunsAsItDecodesFrames) {
     }
     test::Randomness random;
     SCOPED_TRACE(random.trace());
-    std::vector<StoredFrame> run;
-    std::uint64_t time = 0;
-    std::uint64_t data = 0;
-    for (int i = 0; i < 1300; ++i) {
-        constexpr std::uint32_t kSteps[] = {0, 1000, 9000, 10001};
-        time += kSteps[random.below(4)];
-        if (random.below(3) == 0) data = random.bits();
-        run.emplace_back(time, 8, data);
-        store.post(10, 777 + time, data);
-    }
+    const std::vector<StoredFrame> run = test::randomRun(random, 1300);
+    for (const StoredFrame& frame : run)
+        store.post(10, 777 + frame.time(), frame.data());
     const auto twin =
         std::static_pointer_cast<LoggerMessage>(other.getMessage(kLoggerInterface, 10));
     twin->handleRun(run, 777);
