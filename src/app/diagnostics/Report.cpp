@@ -15,7 +15,7 @@ namespace trelis {
 namespace {
 
 constexpr std::size_t kQueuedBytes = 1023;
-constexpr std::size_t kLongestText = 64 * 1024;
+constexpr std::size_t kLongestText = std::size_t{64} * 1024;
 
 std::string_view colourOf(Level level) {
     switch (level) {
