@@ -36,6 +36,17 @@ constexpr std::array<char16_t, 32> kWindows1252 = {
     0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
 
+// What the queue takes of a text, without half a character at its end if the text is UTF-8.
+std::string_view cutText(std::string_view text) {
+    if (text.size() <= kQueuedBytes) return text;
+    constexpr std::size_t kMostContinuations = 3;  // bytes of a character behind its first one
+    std::size_t end = kQueuedBytes;
+    while (end > kQueuedBytes - kMostContinuations &&
+           (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        --end;
+    return text.substr(0, end);
+}
+
 }  // namespace
 
 std::string_view levelWord(Level level) {
@@ -59,12 +70,8 @@ void report(Level level, std::string_view text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
     // A widget shows nothing at all of a text with a broken character, such as the bytes of a file
     // name in another encoding, or one that is cut in half.
-    std::string queued = toValidUtf8(text);
-    std::size_t end = std::min(queued.size(), kQueuedBytes);
-    while (end < queued.size() && (static_cast<unsigned char>(queued[end]) & 0xC0U) == 0x80U)
-        --end;
-    queued.resize(end);
-    MessageLog::instance().add(levelWord(level), queued);
+    const std::string queued = toValidUtf8(cutText(text));
+    MessageLog::instance().add(levelWord(level), cutText(queued));
 }
 
 void reportFatal(std::string_view text) {

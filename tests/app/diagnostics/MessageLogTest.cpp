@@ -116,6 +116,8 @@ TEST_F(ReportTest, makesTextsFitForTheQueueOnly) {
     EXPECT_EQ(written([] { report(Level::kInfo, "no file gr\xFCn"); }),
               "\033[34mINF no file gr\xFCn\033[0m\n");
     EXPECT_EQ(log.pop().text, "no file grün") << "widgets take UTF-8 only";
+    written([] { report(Level::kInfo, "ü" + std::string(2000, '\x80')); });
+    EXPECT_EQ(log.pop().text.size(), 1021U) << "whole characters";
     EXPECT_EQ(format("%s", std::string(100'000, 'y').c_str()).size(), 64U * 1024);
     EXPECT_EQ(format("%d%%, %s", 5, "five"), "5%, five");
     EXPECT_EQ(format("%s", ""), "");
