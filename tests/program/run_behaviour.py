@@ -169,7 +169,8 @@ class Behaviour(unittest.TestCase):
 
     def test_help_for_definitions_tells_the_keys_of_the_settings(self):
         keys = self.run_program("-e")[1].split("SETTINGS", 1)[1].split("NAMES", 1)[0]
-        for key in ("ifname_N", "dbcfile_N", "dbcfile", "legacygps", "include", "postinclude"):
+        for key in ("ifname_N", "dbcfile_N", "dbcfile", "legacygps", "include", "postinclude",
+                    "tolerant"):
             self.assertIn(f"\033[1;32m{key}\033[0m=", keys)
 
     def test_the_stand_in_tells_wrong_uses(self):
