@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <latch>
 #include <map>
 #include <stdexcept>
 
@@ -24,7 +25,10 @@ class FakeSource : public FrameSource {
     bool aborted = false;
     bool fails = false;
 
+    std::latch* ready = nullptr;  // waits for it, if there is one
+
     bool waitUntilFramesReady() override {
+        if (ready != nullptr) ready->wait();
         if (fails) throw std::runtime_error("broken source");
         return !aborted;
     }
@@ -164,6 +168,48 @@ TEST_F(RealMessageTest, decodesRecordingsInOrder) {
     EXPECT_TRUE(samplesOf(*first) == expected) << first->samples().size();
     EXPECT_TRUE(second->samples().empty());
     EXPECT_EQ(source.use_count(), 1) << "a recording is let go of when it is done";
+}
+
+// A definition file may hold more messages than the system has threads.
+TEST_F(RealMessageTest, sharesThreadsBeyondTheMost) {
+    constexpr std::uint32_t kMessages = RealMessage::kMostThreads + 300;
+    std::vector<std::shared_ptr<RealMessage>> messages;
+    std::vector<std::shared_ptr<RealSignal>> signals;
+    for (std::uint32_t id = 10; id < 10 + kMessages; ++id) {
+        messages.push_back(store.addMessage(id, "M" + std::to_string(id)));
+        signals.push_back(test::byteAt(messages.back(), "s", 0));
+        signals.back()->addUser(nullptr);
+        messages.back()->addSignal("s", signals.back());
+        for (std::uint64_t time = 0; time < 4; ++time)
+            source->frames[id].emplace_back(time, 8, id + time);
+    }
+    store.recount();
+    for (int parse = 0; parse < 2; ++parse) {
+        std::latch ready(1);
+        source->ready = &ready;
+        for (const auto& each : messages)
+            ASSERT_TRUE(each->startLogWorker({source}));
+        EXPECT_THROW(messages.back()->startLogWorker({source}), PrintMsgError);
+        EXPECT_EQ(store.messageThreads.size(), RealMessage::kMostThreads);
+        ready.count_down();
+        for (const auto& each : messages)
+            each->finish();
+        EXPECT_TRUE(store.messageThreads.empty());
+        for (std::size_t i = 0; i < signals.size(); ++i)
+            ASSERT_EQ(samplesOf(*signals[i]).back(), (Sample{3, double((10 + i + 3) % 256)})) << i;
+        for (const auto& signal : signals) {
+            signal->parsed = false;
+            signal->clearSamples();
+        }
+        store.recount();
+    }
+
+    for (const auto& each : messages)
+        EXPECT_TRUE(each->startWorker());
+    messages.back()->postFrame(frameOf(9), 5);  // at once
+    EXPECT_EQ(samplesOf(*signals.back()), (Samples{{5, 9}}));
+    for (const auto& each : messages)
+        each->finish();
 }
 
 TEST_F(RealMessageTest, endsAtAnAbortedRecording) {
