@@ -87,9 +87,6 @@ TEST_F(RealMessageTest, refusesNamesAndIdsTwice) {
     EXPECT_EQ(message->signals.size(), 2U);
     EXPECT_EQ(message->getSignal("second"), second);
     EXPECT_THROW(store.addMessage(1, "Other"), PrintMsgError);
-    EXPECT_EQ(test::TestStore::messages().back(),
-              "Couldn't insert message 'Other' into interface 'Can', message with ID '1' already "
-              "exists");
     EXPECT_EQ(first->mutex, second->mutex) << "signals of a message share its mutex";
     EXPECT_THROW(static_cast<void>(Message(store, 2, "Orphan").parent()), std::runtime_error);
 }
