@@ -1,14 +1,13 @@
 #include <getopt.h>
 
 #include <array>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <iostream>
 #include <string_view>
 
 #include "app/HelpText.h"
+#include "app/ResultPrinter.h"
 #include "app/StartUp.h"
 #include "app/Utf8Path.h"
 #include "app/VsdHelpText.h"
@@ -35,10 +34,8 @@ constexpr std::array<option, 8> kLongOptions = {{
 
 // Prints a text that ends the process; gives the exit status.
 int print(std::string_view text) {
-    const bool whole = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (std::fflush(stdout) == 0 && whole) return 0;
-    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
-    return 1;
+    std::cout << text;
+    return outputIsWhole() ? 0 : 1;
 }
 
 // The options that only set something; false for the others.

@@ -4,11 +4,9 @@
 #include <glibmm/init.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <optional>
 
@@ -47,13 +45,6 @@ void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
     chooseTolerance(store, startUp);
     loadDefinitions(store, startUp);
     if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
-}
-
-// Whether standard output took all; tells if it did not.
-bool outputIsWhole() {
-    if (std::cout.flush()) return true;
-    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
-    return false;
 }
 
 int runWithoutWindow(Store& store, const StartUp& startUp) {
