@@ -35,7 +35,7 @@ std::string longOptionsText() {
            "\t --help             print the usage and these options\n"
            "\t --csv              the files are CSV tables; needs no DBC\n"
            "\t --asc              the files are ASC traces\n"
-           "\t --can <interface>  read a CAN interface of this machine, such as can0\n"
+           "\t --can <interface>  read a CAN interface of this machine: can0, can1..., any\n"
            "\t --check            load the definitions, list what the readers passed over\n"
            "\t --tolerant         keep what a DBC file holds beyond the strict rules\n"
            "\t --progress         show progress on standard error, if it is a terminal\n";

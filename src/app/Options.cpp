@@ -2,11 +2,12 @@
 
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string_view>
 
 #include "app/HelpText.h"
+#include "app/ResultPrinter.h"
 #include "app/StartUp.h"
 #include "app/Utf8Path.h"
 #include "app/VsdHelpText.h"
@@ -31,9 +32,10 @@ constexpr std::array<option, 8> kLongOptions = {{
     {nullptr, 0, nullptr, 0},
 }};
 
-void print(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+// Prints a text that ends the process; gives the exit status.
+int print(std::string_view text) {
+    std::cout << text;
+    return outputIsWhole() ? 0 : 1;
 }
 
 // The options that only set something; false for the others.
@@ -132,17 +134,13 @@ std::optional<int> readOptions(Store& store, StartUp& startUp, int argc, char** 
                 store.decryptionKey = optarg;
                 break;
             case 'e':
-                print(vsdHelpText());
-                return 0;
+                return print(vsdHelpText());
             case 'h':
-                print(usageText(argv[0]));
-                return 0;
+                return print(usageText(argv[0]));
             case kHelp:
-                print(usageText(argv[0]) + longOptionsText());
-                return 0;
+                return print(usageText(argv[0]) + longOptionsText());
             case 'v':
-                print(kVersionText);
-                return 0;
+                return print(kVersionText);
             case kCan:
                 if (applyCanInterface(store, optarg)) break;
                 [[fallthrough]];

@@ -2,7 +2,6 @@
 #include <glibmm/miscutils.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <string_view>
 
 #include "app/StartUp.h"
@@ -44,51 +43,43 @@ void scanDirectory(Store& store, const std::string& path, int depth) {
     }
 }
 
-void resolve(std::string& path, const std::string& directory) {
-    if (!path.empty() && !Glib::path_is_absolute(path))
-        path = Glib::build_filename(directory, path);
+// The folder of a file, such that it is the same one in the next run too.
+std::string folderOf(const std::string& path) {
+    return Glib::canonicalize_filename(Glib::path_get_dirname(path));
 }
 
-void applyConnectionLine(Store& store, StartUp& startUp, const std::string& directory,
-                         const std::string& key, const std::string& value) {
-    if (key == "SERVER") {
-        store.hostName = value;
-        store.networkInput = true;
-        store.liveMode = true;
-    } else if (key == "KEY") {
-        store.decryptionKey = value;
-    } else if (key == "PORT") {
-        store.port = static_cast<std::int32_t>(std::strtol(value.c_str(), nullptr, 10));
-    } else if (key == "TITLE") {
-        store.title = toValidUtf8(value);
-    } else if (key == "DBC" || key == "VSD") {
-        (key == "DBC" ? startUp.dbcArgument : startUp.vsdArgument) = value;
-        resolve(startUp.vsdArgument, directory);
-        resolve(startUp.dbcArgument, directory);
-    }
-}
-
-void readStoredConnection(Store& store, StartUp& startUp, const std::string& path) {
-    std::ifstream file(path);
-    if (!file) {
+// Takes over what the file tells; what it leaves out stays as the options have it.
+void applyConnection(Store& store, StartUp& startUp, const std::string& path) {
+    auto connection = readStoredConnection(path);
+    if (!connection) {
         report(Level::kWarning, "Couldn't open " + path);
         return;
     }
-    const std::string directory = Glib::path_get_dirname(path);
-    for (std::string line; std::getline(file, line);) {
-        const auto equals = line.find('=');
-        if (equals == std::string::npos) continue;
-        applyConnectionLine(store, startUp, directory, line.substr(0, equals),
-                            line.substr(equals + 1));
+    if (!connection->server.empty()) {
+        store.hostName = connection->server;
+        store.networkInput = true;
+        store.liveMode = true;
     }
-    Settings::instance().addLiveDirectory(directory);
+    if (!connection->key.empty()) store.decryptionKey = std::move(connection->key);
+    if (!connection->port.empty())
+        store.port = static_cast<std::int32_t>(std::strtol(connection->port.c_str(), nullptr, 10));
+    if (!connection->title.empty()) store.title = connection->title;
+    if (!connection->dbcFile.empty() || !connection->vsdFile.empty()) {
+        // A relative path of an option counts from the folder of the stored connection, too.
+        if (connection->dbcFile.empty()) connection->dbcFile = startUp.dbcArgument;
+        if (connection->vsdFile.empty()) connection->vsdFile = startUp.vsdArgument;
+        resolvePaths(*connection, path);
+        startUp.dbcArgument = connection->dbcFile;
+        startUp.vsdArgument = connection->vsdFile;
+    }
+    Settings::instance().addLiveDirectory(folderOf(path));
     saveLiveFile(store);
 }
 
 // A definition file or stored connection in the first place ends the walk.
 bool takeAsDefinition(Store& store, StartUp& startUp, const std::string& path) {
     if (endsWithIgnoringCase(path, ".tvlive"))
-        readStoredConnection(store, startUp, path);
+        applyConnection(store, startUp, path);
     else if (endsWithIgnoringCase(path, ".vsd"))
         startUp.vsdArgument = path;
     else if (endsWithIgnoringCase(path, ".dbc"))
@@ -113,7 +104,7 @@ void readPositionals(Store& store, StartUp& startUp, int argc, char** argv) {
             report(Level::kInfo, "Argument not a recognzied as a file: " + path);
             continue;
         }
-        if (first) Settings::instance().addLogDirectory(Glib::path_get_dirname(path));
+        if (first) Settings::instance().addLogDirectory(folderOf(path));
         first = false;
     }
 }

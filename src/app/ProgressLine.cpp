@@ -34,18 +34,19 @@ bool ProgressLine::isWelcome(bool askedFor) {
 void ProgressLine::follow() {
     bool shown = false;
     std::unique_lock lock(mutex_);
+    // The cursor goes back to where a message then begins, on top of the line instead of behind it.
     while (!changed_.wait_for(lock, kPeriod, [this] { return ended_; })) {
-        if (store_.networkInput) {
+        if (store_.liveMode) {
             const unsigned long long frames = store_.framesRead;
-            std::fprintf(stderr, "\r\033[K%llu frames read", frames);
+            std::fprintf(stderr, "\033[K%llu frames read\r", frames);
         } else {
             const int percent = std::max(store_.progress.load(), 0) * 100 / kWholeProgress;
-            std::fprintf(stderr, "\r\033[KReading: %d %%", percent);
+            std::fprintf(stderr, "\033[KReading: %d %%\r", percent);
         }
         std::fflush(stderr);
         shown = true;
     }
-    if (shown) std::fputs("\r\033[K", stderr);
+    if (shown) std::fputs("\033[K", stderr);
 }
 
 }  // namespace trelis

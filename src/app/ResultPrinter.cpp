@@ -3,7 +3,9 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <ostream>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -65,6 +67,12 @@ void printListing(const Store& store, std::ostream& out) {
                 if (!signal->hidden) out << "\t\t" << signal->name << std::endl;
         }
     }
+}
+
+bool outputIsWhole() {
+    if (std::cout.flush()) return true;
+    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
+    return false;
 }
 
 }  // namespace trelis

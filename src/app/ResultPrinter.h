@@ -14,4 +14,7 @@ void printResults(const Store& store, bool withHeads, std::ostream& out);
 /// The names of all interfaces, messages and signals that are not hidden, flushed line by line.
 void printListing(const Store& store, std::ostream& out);
 
+/// Flushes standard output and says whether it took all; ERR if it did not.
+bool outputIsWhole();
+
 }  // namespace trelis

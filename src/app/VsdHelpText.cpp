@@ -96,15 +96,16 @@ void writeNames(HelpWriter& help) {
 void writeInputs(HelpWriter& help) {
     help.head("METHOD, INPUTS AND STEP");
     help << "Every group needs the key ";
-    help.key("method") << ", its inputs and, but for integrate, a ";
+    help.key("method") << ". All methods but geofence need inputs, and all but\n"
+                          "geofence and integrate need a ";
     help.key("step") << ":\n  ";
     help.key("signal") << " or ";
     help.key("signal_01") << "=";
     help.placeholder("signal") << "  the input\n  ";
     help.key("signal_01") << ", ";
     help.key("signal_02") << "...=";
-    help.placeholder("signal") << "  the inputs of expression, equals, lookuptable and of the\n"
-                                  "      calculations from sum on, at most 99 without a gap\n  ";
+    help.placeholder("signal") << "  the inputs of expression, of sum to fmod, of equals and of\n"
+                                  "      lookuptable, at most 99 without a gap\n  ";
     help.key("step") << "=";
     help.placeholder("integer") << " ms  one value at this time interval, 1 or more\n";
 }

@@ -1,12 +1,12 @@
 // The program's entry: reads the command line, loads the definitions and runs one mode.
+#include <fcntl.h>
 #include <glibmm/error.h>
 #include <glibmm/init.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <optional>
 
@@ -33,27 +33,24 @@ using namespace trelis;
 
 constexpr int kFailed = 1;
 
+void chooseTolerance(Store& store, const StartUp& startUp) {
+    store.tolerantDefinitions = startUp.tolerant || Settings::instance().getTolerantDefinitions();
+}
+
 void prepare(Store& store, StartUp& startUp, int argc, char** argv) {
     if (!store.csvMode && !store.ascMode && !store.dongleMode) addLoggerInterface(store);
     readPositionals(store, startUp, argc, argv);
     if (store.csvMode) prepareCsvImport(store);
     if (store.dumpAsc) return;
-    store.tolerantDefinitions = startUp.tolerant || Settings::instance().getTolerantDefinitions();
+    chooseTolerance(store, startUp);
     loadDefinitions(store, startUp);
     if (!startUp.listOnly) selectSignals(store, startUp.signalArguments);
-}
-
-// Whether standard output took all; tells if it did not.
-bool outputIsWhole() {
-    if (std::cout.flush()) return true;
-    report(Level::kError, format("Could not write results: %s", std::strerror(errno)));
-    return false;
 }
 
 int runWithoutWindow(Store& store, const StartUp& startUp) {
     if (startUp.listOnly) {
         printListing(store, std::cout);
-        std::exit(outputIsWhole() ? 0 : kFailed);  // nothing was parsed and nothing is saved
+        std::exit(outputIsWhole() ? 0 : kFailed);  // nothing was parsed
     }
     Settings::instance().save();
     const StopSignals signals([&store] { store.interrupt(); });
@@ -76,6 +73,7 @@ int runWithoutWindow(Store& store, const StartUp& startUp) {
 int runCheck(Store& store, StartUp& startUp, int argc, char** argv) {
     addLoggerInterface(store);
     readPositionals(store, startUp, argc, argv);
+    chooseTolerance(store, startUp);
     if (startUp.dbcArgument.empty() && startUp.vsdArgument.empty()) {
         Settings& settings = Settings::instance();
         if (settings.getDbFile() != kNoFile) startUp.dbcArgument = settings.getDbFile();
@@ -102,10 +100,9 @@ int runMode(Store& store, const StartUp& startUp, [[maybe_unused]] int argc,
 #endif
 }
 
-// Tells what went wrong, in the window mode also by a dialog, and gives the exit status.
-int fail(const Store& store, const std::string& text) {
+// Shows what was told in a dialog, in the window mode, and gives the exit status.
+int fail(const Store& store) {
     if (store.noGui) return kFailed;
-    report(Level::kError, text);
 #ifdef SIGMIRA_WITH_GUI
     installMessagePresenter();
 #endif
@@ -113,11 +110,38 @@ int fail(const Store& store, const std::string& text) {
     return kFailed;
 }
 
+int fail(const Store& store, const std::string& text) {
+    if (!store.noGui) report(Level::kError, text);
+    return fail(store);
+}
+
+// Without a place for the settings the program does not start, and saves nothing at its end.
+bool openSettings(Store& store) {
+    try {
+        Settings::instance();
+        return true;
+    } catch (const PrintMsgError&) {
+        store.hooks.saveSettings = nullptr;
+        return false;
+    }
+}
+
+// A standard stream that the caller has closed must not become a file that is opened later:
+// messages and results would go into it. This way they fail as on any closed stream.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0)
+            ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 int run(Store& store, int argc, char** argv) {
     StartUp startUp;
     try {
         if (const auto status = readOptions(store, startUp, argc, argv)) std::exit(*status);
-        if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));  // saves nothing
+        if (!openSettings(store)) return fail(store);
+        // These only look, so a wrong path given to them is forgotten, also when they fail.
+        if (startUp.listOnly || startUp.checkOnly) store.hooks.saveSettings = nullptr;
+        if (startUp.checkOnly) std::exit(runCheck(store, startUp, argc, argv));
         try {
             prepare(store, startUp, argc, argv);
         } catch (const PrintMsgError&) {
@@ -126,7 +150,7 @@ int run(Store& store, int argc, char** argv) {
         }
         return runMode(store, startUp, argc, argv);
     } catch (const PrintMsgError&) {
-        return kFailed;
+        return fail(store);
     } catch (const Glib::Exception& error) {
         return fail(store, "Glib: " + error.what().raw());
     } catch (const std::exception& error) {
@@ -137,6 +161,7 @@ int run(Store& store, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardStreams();
     std::setlocale(LC_ALL, "C");
     // A reader that closes the pipe ends the program quietly, whatever the caller ignored.
     std::signal(SIGPIPE, SIG_DFL);

@@ -35,6 +35,8 @@ static_assert(sizeof(Frame) == 32 && offsetof(Frame, data) == 9 &&
               offsetof(Frame, interface) == 17 && offsetof(Frame, absoluteTime) == 24);
 
 /// Data bytes that a length code stands for: codes above 8 mean 8 (ISO 11898-1).
-constexpr unsigned dataLength(std::uint8_t dlc) { return dlc < 8 ? dlc : 8; }
+constexpr unsigned dataLength(std::uint8_t dlc) {
+    return dlc < 8 ? dlc : 8;
+}
 
 }  // namespace trelis

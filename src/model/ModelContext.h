@@ -5,14 +5,14 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace trelis {
 
-class BitRate;
+class RealMessage;
 class Signal;
 struct VirtualRegistry;
 
@@ -33,6 +33,9 @@ class ModelContext {
     /// A message's worker ended by an exception, which has been reported. Any thread sets it; the
     /// end of the parse looks at it.
     std::atomic<bool> workerFailed = false;
+
+    /// The messages that have a thread now. The Store's worker, and the main thread between parses.
+    std::vector<std::weak_ptr<RealMessage>> messageThreads;
 
     /// The selected interval, ms since the epoch. Written by the main thread, and by the worker
     /// while no interval is set.

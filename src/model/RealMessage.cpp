@@ -5,6 +5,8 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <stdexcept>
+#include <system_error>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
@@ -33,24 +35,34 @@ std::shared_ptr<RealMessage> RealMessage::create(std::uint32_t id, const std::st
 
 bool RealMessage::startWorker() {
     if (!isWanted()) return false;
+    checkNoWorker();
     launch("RealMessage", &RealMessage::runQueueWorker);
     return true;
 }
 
 bool RealMessage::startLogWorker(const std::deque<std::shared_ptr<FrameSource>>& parsers) {
     if (!isWanted()) return false;
-    if (!worker_.joinable()) parsers_ = parsers;
-    launch("RealMessageLP", &RealMessage::runLogWorker);
+    checkNoWorker();
+    parsers_ = parsers;
+    if (launch("RealMessageLP", &RealMessage::runLogWorker)) return true;
+    parsers_.clear();
+    if (!joinCrew()) throw std::runtime_error("No thread can be made for message " + name);
     return true;
 }
 
-void RealMessage::launch(const char* threadName, void (RealMessage::*body)()) {
-    if (worker_.joinable()) reportFatal("thread already created");
+void RealMessage::checkNoWorker() const {
+    if (worker_.joinable() || !leader_.expired()) reportFatal("thread already created");
+}
+
+bool RealMessage::launch(const char* threadName, void (RealMessage::*body)()) {
+    auto& threads = context().messageThreads;
+    if (threads.size() >= kMostThreads) return false;
     {
         const std::lock_guard lock(*mutex_);
         workerRun_ = true;
+        crewClosed_ = body != &RealMessage::runLogWorker;
     }
-    worker_ = std::thread([this, body] {
+    const auto run = [this, body] {
         try {
             (this->*body)();
             return;
@@ -64,22 +76,57 @@ void RealMessage::launch(const char* threadName, void (RealMessage::*body)()) {
         const std::lock_guard lock(*mutex_);
         workerRun_ = false;
         queueChanged_.notify_all();
-    });
+    };
+    try {
+        worker_ = std::thread(run);
+    } catch (const std::system_error&) {  // the system has no more of them
+        return false;
+    }
     pthread_setname_np(worker_.native_handle(), threadName);
+    threads.push_back(std::static_pointer_cast<RealMessage>(shared_from_this()));
+    return true;
+}
+
+bool RealMessage::joinCrew() {
+    const auto& threads = context().messageThreads;
+    for (std::size_t tries = 0; tries < threads.size(); ++tries) {
+        // Ids spread the messages over the threads.
+        const auto leader = threads[(id + tries) % threads.size()].lock();
+        if (!leader || !leader->enlist(*this)) continue;
+        leader_ = leader;
+        return true;
+    }
+    return false;
+}
+
+bool RealMessage::enlist(RealMessage& other) {
+    const std::lock_guard lock(*mutex_);
+    if (crewClosed_ || !workerRun_) return false;
+    crew_.push_back(&other);
+    return true;
+}
+
+void RealMessage::takeRuns(FrameSource& source) {
+    source.takeRuns(parent()->number, id,
+                    [this](std::span<const StoredFrame> run, std::uint64_t baseTime) {
+                        handleRun(run, baseTime);
+                    });
 }
 
 void RealMessage::runLogWorker() {
     // A recording's frames are freed when the last worker lets go of it, so each is dropped as
     // soon as it is done.
-    const std::uint32_t interface = parent()->number;
     while (!parsers_.empty()) {
         const std::shared_ptr<FrameSource> source = std::move(parsers_.front());
         parsers_.pop_front();
         if (!source->waitUntilFramesReady()) break;
-        source->takeRuns(interface, id,
-                         [this](std::span<const StoredFrame> run, std::uint64_t baseTime) {
-                             handleRun(run, baseTime);
-                         });
+        {
+            const std::lock_guard lock(*mutex_);
+            crewClosed_ = true;
+        }
+        takeRuns(*source);
+        for (RealMessage* other : crew_)
+            other->takeRuns(*source);
     }
     parsers_.clear();
 }
@@ -136,8 +183,15 @@ void RealMessage::joinWorker() {
         workerRun_ = false;
         queueChanged_.notify_all();
     }
-    if (worker_.joinable()) worker_.join();
-    worker_ = std::thread();
+    if (const auto leader = leader_.lock()) leader->joinWorker();
+    leader_.reset();
+    if (!worker_.joinable()) return;
+    worker_.join();
+    crew_.clear();
+    std::erase_if(context().messageThreads, [this](const auto& other) {
+        const auto message = other.lock();
+        return !message || message.get() == this;
+    });
 }
 
 void RealMessage::finish() {

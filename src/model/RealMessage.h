@@ -21,6 +21,9 @@ namespace trelis {
 /// "RealMessageLP" decodes the frames of recordings, "RealMessage" those that postFrame queued.
 /// The thread touches this message's signals only, their samples under `mutex`; it ends when its
 /// recordings are done or the parse is aborted, or, on the queue, when finish() asks for it.
+///
+/// When kMostThreads messages have one, the threads there are decode the recordings for the others
+/// too, and frames that are posted to those decode at once.
 class RealMessage : public Message {
   public:
     RealMessage(std::uint32_t id, const std::string& name,
@@ -32,6 +35,7 @@ class RealMessage : public Message {
 
     /// ERR "thread already created" and PrintMsgError if a worker exists.
     bool startWorker() override;
+    /// The same. All messages of a parse are started before the first recording is ready.
     bool startLogWorker(const std::deque<std::shared_ptr<FrameSource>>& parsers) override;
     void finish() override;
     /// Queues the frame for the worker, or decodes it at once when there is none. Waits while
@@ -53,6 +57,7 @@ class RealMessage : public Message {
     std::shared_ptr<RealSignal> addRateSignal(std::int32_t muxValue);
 
     static constexpr std::size_t kMostQueued = 65536;
+    static constexpr std::size_t kMostThreads = 1000;
 
     /// Private copy of the multiplexor, or empty: it keeps currentMux up to date though nobody may
     /// look at the public one.
@@ -63,18 +68,29 @@ class RealMessage : public Message {
     [[nodiscard]] std::shared_ptr<std::mutex> sampleMutex() const override { return mutex_; }
 
   private:
-    void launch(const char* threadName, void (RealMessage::*body)());
+    void checkNoWorker() const;
+    /// False if there is to be, or can be, no further thread.
+    bool launch(const char* threadName, void (RealMessage::*body)());
+    /// Has the thread of another message decode the recordings; false if none takes it on.
+    bool joinCrew();
+    /// Takes a message on; false once the thread has begun.
+    bool enlist(RealMessage& other);
+    void takeRuns(FrameSource& source);
     void runLogWorker();
     void runQueueWorker();
     void joinWorker();
 
-    std::shared_ptr<std::mutex> mutex_;     // guards queue_, workerRun_ and the signals' samples
+    // Guards queue_, workerRun_, crew_, crewClosed_ and the signals' samples.
+    std::shared_ptr<std::mutex> mutex_;
     std::condition_variable queueChanged_;  // woken by frames, by their removal and by finish()
     std::deque<Frame> queue_;
     bool workerRun_ = false;
-    std::vector<StoredFrame> held_;  // of the thread that reads a running input
+    std::vector<StoredFrame> held_;                     // of the thread that reads a running input
     std::deque<std::shared_ptr<FrameSource>> parsers_;  // the log worker's own once it runs
-    std::thread worker_;                                // owner: this object; see joinWorker
+    std::vector<RealMessage*> crew_;     // for whom the log worker works, too; each waits for it
+    bool crewClosed_ = false;            // the log worker has begun
+    std::weak_ptr<RealMessage> leader_;  // whose crew this one belongs to
+    std::thread worker_;                 // owner: this object; see joinWorker
 };
 
 }  // namespace trelis

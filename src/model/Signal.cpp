@@ -199,10 +199,10 @@ void Signal::resetVisibleRange() {
 
 int Signal::yPosition(double value, int height) const {
     const int width = static_cast<int>(context_.lineWidth);
-    const int margin = width + width % 2;
+    const int halfMargin = (width + 1) / 2;
     const double span = visibleMax - visibleMin;
-    const double product = (visibleMax - value) * (height - margin);
-    const double position = margin / 2 + (span == 0.0 ? product : product / span);
+    const double product = (visibleMax - value) * (height - 2 * halfMargin);
+    const double position = halfMargin + (span == 0.0 ? product : product / span);
     // Values far outside the range end at a border that no window reaches.
     constexpr double kFar = 1e9;
     return static_cast<int>(std::isnan(position) ? 0.0 : std::clamp(position, -kFar, kFar));

@@ -2,18 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <latch>
 #include <map>
-#include <memory>
 #include <stdexcept>
-#include <vector>
 
 #include "app/diagnostics/Exceptions.h"
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
-using Messages = std::vector<std::string>;
+using test::frameOf;
+using test::Messages;
+using test::Samples;
+using test::samplesOf;
 
 // A recording in memory.
 class FakeSource : public FrameSource {
@@ -23,7 +25,10 @@ class FakeSource : public FrameSource {
     bool aborted = false;
     bool fails = false;
 
+    std::latch* ready = nullptr;  // waits for it, if there is one
+
     bool waitUntilFramesReady() override {
+        if (ready != nullptr) ready->wait();
         if (fails) throw std::runtime_error("broken source");
         return !aborted;
     }
@@ -35,30 +40,22 @@ class FakeSource : public FrameSource {
     }
 };
 
-Frame frameOf(std::uint64_t data) {
-    Frame frame;
-    frame.id = 1;
-    frame.dlc = 8;
-    for (auto& byte : frame.data) {
-        byte = static_cast<std::uint8_t>(data);
-        data >>= 8;
-    }
-    return frame;
-}
-
 class RealMessageTest : public ::testing::Test {
   protected:
-    RealMessageTest() { interface->addMessage(message); }
-
     std::shared_ptr<RealSignal> add(const std::string& name, std::uint32_t start) {
-        auto signal = RealSignal::create(message, name, start, 8, 1, '+', "", 1, 0, 0, 0);
+        auto signal = test::byteAt(message, name, start);
         EXPECT_TRUE(message->addSignal(name, signal));
         return signal;
     }
+    void decode(std::deque<std::shared_ptr<FrameSource>> sources) {
+        first->setSelected(true);
+        ASSERT_TRUE(message->startLogWorker(sources));
+        message->finish();
+    }
 
-    test::TestStore store;
-    std::shared_ptr<CanIface> interface = store.addInterface("Can", 0);
-    std::shared_ptr<RealMessage> message = RealMessage::create(1, "Msg", interface);
+    test::BusStore store;
+    std::shared_ptr<CanIface> bus = store.bus;
+    std::shared_ptr<RealMessage> message = store.addMessage(1, "Msg");
     std::shared_ptr<RealSignal> first = add("first", 0);
     std::shared_ptr<RealSignal> second = add("second", 8);
     std::shared_ptr<FakeSource> source = std::make_shared<FakeSource>();
@@ -85,27 +82,13 @@ TEST_F(RealMessageTest, countsWhatIsWanted) {
     EXPECT_EQ(message->parseOrder.front(), first) << "the order stays while a stream runs";
 }
 
-TEST_F(RealMessageTest, selectsByPattern) {
-    message->selectPattern("fi*");
-    EXPECT_TRUE(first->selected && !second->selected);
-    message->selectPattern("?econd");
-    EXPECT_TRUE(second->selected);
-    message->selectAll(false);
-    EXPECT_EQ(store.counts.selectedCount, 0U);
-}
-
 TEST_F(RealMessageTest, refusesNamesAndIdsTwice) {
     EXPECT_FALSE(message->addSignal("first", second));
     EXPECT_EQ(message->signals.size(), 2U);
     EXPECT_EQ(message->getSignal("second"), second);
-    EXPECT_THROW(interface->addMessage(RealMessage::create(1, "Other", interface)), PrintMsgError);
-    EXPECT_EQ(test::TestStore::messages().back(),
-              "Couldn't insert message 'Other' into interface 'Can', message with ID '1' already "
-              "exists");
+    EXPECT_THROW(store.addMessage(1, "Other"), PrintMsgError);
     EXPECT_EQ(first->mutex, second->mutex) << "signals of a message share its mutex";
-    const Message orphan(store, 2, "Orphan");
-    EXPECT_FALSE(orphan.hasParent());
-    EXPECT_THROW(static_cast<void>(orphan.parent()), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(Message(store, 2, "Orphan").parent()), std::runtime_error);
 }
 
 TEST_F(RealMessageTest, decodesOnlyWhatAParseNeeds) {
@@ -115,14 +98,12 @@ TEST_F(RealMessageTest, decodesOnlyWhatAParseNeeds) {
     second->addUser(nullptr);
     first->needsParse = false;  // parsed before
     store.recount();
-    Frame frame = frameOf(0x030201);
-    message->handleFrame(frame);
+    message->handleFrame(frameOf(0x030201));
     EXPECT_TRUE(first->samples().empty());
     EXPECT_EQ(second->samples().size(), 1U);
     EXPECT_TRUE(third->samples().empty());
     store.readAll = true;
-    frame.absoluteTime = 10;
-    message->handleFrame(frame);
+    message->handleFrame(frameOf(0x030201, 10));
     EXPECT_EQ(first->samples().size(), 1U);
     EXPECT_EQ(third->samples().size(), 1U);
 }
@@ -133,14 +114,14 @@ TEST_F(RealMessageTest, finishesWithoutAWorker) {
     message->postFrame(frameOf(5), 100);  // at once
     message->postFrame(frameOf(5), 200);
     ASSERT_EQ(first->samples().size(), 1U);
-    message->finish();
-    EXPECT_EQ(first->samples().back(), (Sample{200, 5.0}));
+    second->parsed = true;
+    for (int i = 0; i < 2; ++i) {
+        message->finish();
+        EXPECT_EQ(samplesOf(*first), (Samples{{100, 5}, {200, 5}}));
+    }
     EXPECT_TRUE(first->parsed);
     EXPECT_FALSE(first->needsParse);
-    second->parsed = true;
-    message->finish();
     EXPECT_FALSE(second->parsed) << "neither data nor users";
-    EXPECT_EQ(first->samples().size(), 2U);
 }
 
 TEST_F(RealMessageTest, needsNoThreadUnlessWanted) {
@@ -160,51 +141,88 @@ TEST_F(RealMessageTest, losesNoQueuedFrame) {
     first->setSelected(true);
     ASSERT_TRUE(message->startWorker());
     constexpr std::uint64_t kFrames = RealMessage::kMostQueued * 2;  // the queue fills and drains
-    for (std::uint64_t i = 0; i < kFrames; ++i)
+    Samples posted;
+    for (std::uint64_t i = 0; i < kFrames; ++i) {
         message->postFrame(frameOf(i % 2), i);
+        posted.push_back({i, static_cast<double>(i % 2)});
+    }
     message->finish();
-    EXPECT_EQ(first->samples().size(), kFrames);
-    for (std::uint64_t i = 0; i < first->samples().size(); ++i)
-        ASSERT_EQ(first->samples()[i], (Sample{i, static_cast<double>(i % 2)}));
+    EXPECT_TRUE(samplesOf(*first) == posted) << first->samples().size();
 }
 
 TEST_F(RealMessageTest, decodesRecordingsInOrder) {
-    auto later = std::make_shared<FakeSource>();
-    for (std::uint64_t i = 0; i < 2000; ++i) {
-        source->frames[1].emplace_back(i, 8, i % 251);
-        later->frames[1].emplace_back(i, 8, i % 251);
-        source->frames[2].emplace_back(i, 8, 99);
-    }
+    const auto later = std::make_shared<FakeSource>();
     source->base = 1000;
     later->base = 5000;
-    first->setSelected(true);
-    ASSERT_TRUE(message->startLogWorker({source, later}));
-    message->finish();
-    ASSERT_EQ(first->samples().size(), 4000U);
-    EXPECT_EQ(first->samples()[1999], (Sample{2999, 1999 % 251}));
-    EXPECT_EQ(first->samples()[2000], (Sample{5000, 0}));
+    Samples expected;
+    for (const auto& recording : {source, later})
+        for (std::uint64_t i = 0; i < 2000; ++i) {
+            recording->frames[1].emplace_back(i, 8, i % 251);
+            recording->frames[2].emplace_back(i, 8, 99);
+            expected.push_back({recording->base + i, static_cast<double>(i % 251)});
+        }
+    decode({source, later});
+    EXPECT_TRUE(samplesOf(*first) == expected) << first->samples().size();
     EXPECT_TRUE(second->samples().empty());
     EXPECT_EQ(source.use_count(), 1) << "a recording is let go of when it is done";
 }
 
+// A definition file may hold more messages than the system has threads.
+TEST_F(RealMessageTest, sharesThreadsBeyondTheMost) {
+    constexpr std::uint32_t kMessages = RealMessage::kMostThreads + 300;
+    std::vector<std::shared_ptr<RealMessage>> messages;
+    std::vector<std::shared_ptr<RealSignal>> signals;
+    for (std::uint32_t id = 10; id < 10 + kMessages; ++id) {
+        messages.push_back(store.addMessage(id, "M" + std::to_string(id)));
+        signals.push_back(test::byteAt(messages.back(), "s", 0));
+        signals.back()->addUser(nullptr);
+        messages.back()->addSignal("s", signals.back());
+        for (std::uint64_t time = 0; time < 4; ++time)
+            source->frames[id].emplace_back(time, 8, id + time);
+    }
+    store.recount();
+    for (int parse = 0; parse < 2; ++parse) {
+        std::latch ready(1);
+        source->ready = &ready;
+        for (const auto& each : messages)
+            ASSERT_TRUE(each->startLogWorker({source}));
+        EXPECT_THROW(messages.back()->startLogWorker({source}), PrintMsgError);
+        EXPECT_EQ(store.messageThreads.size(), RealMessage::kMostThreads);
+        ready.count_down();
+        for (const auto& each : messages)
+            each->finish();
+        EXPECT_TRUE(store.messageThreads.empty());
+        for (std::size_t i = 0; i < signals.size(); ++i)
+            ASSERT_EQ(samplesOf(*signals[i]).back(), (Sample{3, double((10 + i + 3) % 256)})) << i;
+        for (const auto& signal : signals) {
+            signal->parsed = false;
+            signal->clearSamples();
+        }
+        store.recount();
+    }
+
+    for (const auto& each : messages)
+        EXPECT_TRUE(each->startWorker());
+    messages.back()->postFrame(frameOf(9), 5);  // at once
+    EXPECT_EQ(samplesOf(*signals.back()), (Samples{{5, 9}}));
+    for (const auto& each : messages)
+        each->finish();
+}
+
 TEST_F(RealMessageTest, endsAtAnAbortedRecording) {
+    const auto aborted = std::make_shared<FakeSource>();
+    const auto behind = std::make_shared<FakeSource>();
     source->frames[1] = {{1, 8, 7}};
-    auto aborted = std::make_shared<FakeSource>();
     aborted->aborted = true;
-    auto behind = std::make_shared<FakeSource>();
     behind->frames[1] = {{2, 8, 9}};
-    first->setSelected(true);
-    ASSERT_TRUE(message->startLogWorker({source, aborted, behind}));
-    message->finish();
-    EXPECT_EQ(first->samples().size(), 1U);
+    decode({source, aborted, behind});
+    EXPECT_EQ(samplesOf(*first), (Samples{{1, 7}}));
     EXPECT_EQ(behind.use_count(), 1);
 }
 
 TEST_F(RealMessageTest, tellsWhatEndedItsWorker) {
     source->fails = true;
-    first->setSelected(true);
-    ASSERT_TRUE(message->startLogWorker({source}));
-    message->finish();
+    decode({source});
     EXPECT_TRUE(store.workerFailed);
     EXPECT_EQ(test::TestStore::messages(), Messages{"Exception: broken source"});
     EXPECT_EQ(source.use_count(), 1);
@@ -213,21 +231,18 @@ TEST_F(RealMessageTest, tellsWhatEndedItsWorker) {
 TEST_F(RealMessageTest, clearsItsSignals) {
     first->setSelected(true);
     message->postFrame(frameOf(1), 1);
-    interface->clear();
+    // Signals own their message: a message that kept one would never go.
+    auto other = store.addMessage(2, "Other");
+    other->addRateSignal(kPlainSignal);
+    other->multiplexor = test::byteAt(other, "mux", 0, kMultiplexor);
+    const std::weak_ptr<RealMessage> watched = std::exchange(other, nullptr);
+    bus->clear();
+    EXPECT_TRUE(watched.expired());
     EXPECT_TRUE(message->signals.empty());
     EXPECT_FALSE(message->hasParent());
     EXPECT_FALSE(first->hasData);
-    EXPECT_EQ(interface->findById(1), nullptr);
-    EXPECT_THROW(static_cast<void>(interface->findByName("Msg")), SignalNotFoundException);
-    // Signals own their message: a message that kept one would never go.
-    auto other = RealMessage::create(2, "Other", interface);
-    interface->addMessage(other);
-    other->addRateSignal(kPlainSignal);
-    other->multiplexor = RealSignal::create(other, "mux", 0, 8, 1, '+', "", 1, 0, 0, 0);
-    const std::weak_ptr<RealMessage> watched = other;
-    other.reset();
-    interface->clear();
-    EXPECT_TRUE(watched.expired());
+    EXPECT_EQ(bus->findById(1), nullptr);
+    EXPECT_THROW(static_cast<void>(bus->findByName("Msg")), SignalNotFoundException);
 }
 
 TEST_F(RealMessageTest, interfacesFindTheirActiveMessages) {
@@ -236,25 +251,24 @@ TEST_F(RealMessageTest, interfacesFindTheirActiveMessages) {
     std::map<std::uint32_t, std::shared_ptr<RealMessage>> wanted;
     for (int i = 0; i < 1000; ++i) {
         const auto id = static_cast<std::uint32_t>(random.bits());
-        if (interface->findById(id)) continue;
-        auto other = RealMessage::create(id, "M" + std::to_string(id), interface);
-        interface->addMessage(other);
+        if (bus->findById(id)) continue;
+        const auto other = store.addMessage(id, "M" + std::to_string(id));
         if (random.below(2) == 0) continue;
         other->pendingCount = 1;
         wanted.emplace(id, other);
     }
-    EXPECT_EQ(interface->findActive(wanted.begin()->first), nullptr) << "not built yet";
-    EXPECT_TRUE(interface->buildActiveMap());
-    EXPECT_EQ(interface->activeMessages.size(), wanted.size());
-    for (const auto& [id, other] : interface->messages) {
+    EXPECT_EQ(bus->findActive(wanted.begin()->first), nullptr) << "not built yet";
+    EXPECT_TRUE(bus->buildActiveMap());
+    EXPECT_EQ(bus->activeMessages.size(), wanted.size());
+    for (const auto& [id, other] : bus->messages) {
         const auto number = static_cast<std::uint32_t>(id);
         Message* expected = wanted.contains(number) ? other.get() : nullptr;
-        EXPECT_EQ(interface->findActive(number), expected) << number;
+        EXPECT_EQ(bus->findActive(number), expected) << number;
     }
-    EXPECT_EQ(interface->findByName(wanted.begin()->second->name), wanted.begin()->second);
+    EXPECT_EQ(bus->findByName(wanted.begin()->second->name), wanted.begin()->second);
     store.readAll = true;
-    EXPECT_TRUE(interface->buildActiveMap());
-    EXPECT_EQ(interface->findActive(1), message.get());
+    EXPECT_TRUE(bus->buildActiveMap());
+    EXPECT_EQ(bus->findActive(1), message.get());
 }
 
 }  // namespace

@@ -3,64 +3,45 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <system_error>
-#include <vector>
 
 #include "app/diagnostics/Exceptions.h"
-#include "model/Message.h"
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
-using Samples = std::vector<Sample>;
+using test::printed;
+using test::Samples;
+using test::samplesOf;
 
 class SignalTest : public ::testing::Test {
   protected:
-    SignalTest() { interface->addMessage(message); }
-
-    std::shared_ptr<Signal> makeSignal(const std::string& name = "s") {
+    std::shared_ptr<Signal> makeSignal(const std::string& name) {
         auto made = std::make_shared<Signal>(message, name);
         message->addSignal(name, made);
         return made;
     }
-    static Samples samplesOf(const Signal& of) {
-        return {of.samples().begin(), of.samples().end()};
-    }
-    static std::string printed(const Signal& of, double value, std::size_t size = 64) {
-        std::array<char, 64> buffer{};
-        of.printValue(buffer.data(), size, value);
-        return buffer.data();
+    void addAll(const Samples& samples) {
+        for (const Sample& sample : samples)
+            signal->addSample(sample.time, sample.value);
     }
 
-    test::TestStore store;
-    std::shared_ptr<CanIface> interface = store.addInterface("Can", 0);
-    std::shared_ptr<Message> message = std::make_shared<Message>(1, "Msg", interface);
-    std::shared_ptr<Signal> signal = makeSignal();
+    test::BusStore store;
+    std::shared_ptr<Message> message = store.addMessage(1, "Msg");
+    std::shared_ptr<Signal> signal = makeSignal("s");
 };
 
-TEST_F(SignalTest, storesChangesOnly) {
-    for (const std::uint64_t time : {0, 100, 200})
-        signal->addSample(time, 5.0);
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 5.0}}));
-    signal->flushSamples();
-    signal->flushSamples();
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 5.0}, {200, 5.0}}));
-    signal->addSample(300, 6.0);
-    signal->addSample(400, std::nan(""));
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 5.0}, {200, 5.0}, {300, 6.0}}));
-}
-
-TEST_F(SignalTest, keepsAConstantAliveAndMarksGaps) {
+TEST_F(SignalTest, storesChangesEndsOfGapsAndAMarkEveryTenSeconds) {
     struct Case {
         Samples added;
         Samples stored;
     };
     const Case cases[] = {
+        {{{0, 5}, {100, 5}, {200, 5}, {300, 6}}, {{0, 5}, {300, 6}}},
+        {{{0, 5}, {100, std::nan("")}, {200, 5}}, {{0, 5}}},  // a NaN differs from nothing
         {{{0, 1}, {9999, 1}}, {{0, 1}}},
         // A stretch of 10 s: the last time seen is noted, here the first sample's own.
         {{{0, 1}, {10000, 1}}, {{0, 1}, {0, 1}}},
@@ -71,80 +52,72 @@ TEST_F(SignalTest, keepsAConstantAliveAndMarksGaps) {
     };
     for (const Case& c : cases) {
         signal->clearSamples();
-        for (const Sample& sample : c.added)
-            signal->addSample(sample.time, sample.value);
+        addAll(c.added);
         EXPECT_EQ(samplesOf(*signal), c.stored) << "up to " << c.added.back().time;
     }
     signal->clearSamples();
     for (std::uint64_t time = 0; time <= 25000; time += 100)
         signal->addSample(time, 1.0);
     EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {9900, 1}, {19800, 1}}));
+    for (int i = 0; i < 2; ++i) {
+        signal->flushSamples();
+        EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {9900, 1}, {19800, 1}, {25000, 1}}));
+    }
+    signal->mutex.reset();
+    EXPECT_THROW(signal->addSample(0, 1), std::system_error);
+    signal->mutex = std::make_shared<std::mutex>();
 }
 
 TEST_F(SignalTest, movesAnEndMarkerInLiveMode) {
     store.liveMode = true;
-    signal->addSample(0, 1);
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {0, 1}}));
-    signal->addSample(100, 1);
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {100, 1}}));
-    signal->addSample(200, 2);
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {200, 2}, {200, 2}}));
-    signal->addSample(9000, 2);
-    signal->addSample(10200, 2);  // 10 s after the change
-    EXPECT_EQ(samplesOf(*signal), (Samples{{0, 1}, {200, 2}, {9000, 2}, {10200, 2}}));
-    signal->addSample(20300, 3);  // a gap
-    EXPECT_EQ(samplesOf(*signal),
-              (Samples{{0, 1}, {200, 2}, {9000, 2}, {10200, 2}, {20300, 3}, {20300, 3}}));
+    const std::pair<Sample, Samples> steps[] = {
+        {{0, 1}, {{0, 1}, {0, 1}}},
+        {{100, 1}, {{0, 1}, {100, 1}}},
+        {{200, 2}, {{0, 1}, {200, 2}, {200, 2}}},
+        {{9000, 2}, {{0, 1}, {200, 2}, {9000, 2}}},
+        {{10200, 2}, {{0, 1}, {200, 2}, {9000, 2}, {10200, 2}}},  // 10 s after the change
+        {{20300, 3}, {{0, 1}, {200, 2}, {9000, 2}, {10200, 2}, {20300, 3}, {20300, 3}}},  // a gap
+    };
+    for (const auto& [added, stored] : steps) {
+        signal->addSample(added.time, added.value);
+        EXPECT_EQ(samplesOf(*signal), stored) << added.time;
+    }
 }
 
-TEST_F(SignalTest, needsItsMutex) {
-    signal->mutex.reset();
-    EXPECT_THROW(signal->addSample(0, 1), std::system_error);
-    signal->mutex = std::make_shared<std::mutex>();
-    EXPECT_NO_THROW(signal->addSample(0, 1));
-}
-
-TEST_F(SignalTest, limitsKeepOutliersOutOfItsRange) {
-    auto limited = std::make_shared<Signal>(message, "limited", -10.0, 100.0);
-    for (const double value : {0.0, 500.0, 50.0, -11.0, 100.0, -10.0})
-        limited->addSample(limited->lastSeenTime + 1, value);
-    EXPECT_EQ(limited->min, -10.0);
-    EXPECT_EQ(limited->max, 100.0);
-    EXPECT_EQ(limited->visibleMax, 100.0);
-    EXPECT_EQ(limited->samples().size(), 6U);
-    EXPECT_FALSE(std::make_shared<Signal>(message, "free", 0.0, 0.0)->hasLimits);
-}
-
-TEST_F(SignalTest, seesTheRangeOfAnInterval) {
-    const Samples added = {{1000, 7}, {2000, 3}, {3000, 5}, {4000, 9}, {5000, -4}};
-    for (const Sample& sample : added)
-        signal->addSample(sample.time, sample.value);
+TEST_F(SignalTest, knowsItsRanges) {
+    addAll({{1000, 7}, {2000, 3}, {3000, 5}, {4000, 9}, {5000, -4}});
     store.setInterval(4100, 2500);     // either way round
     EXPECT_EQ(signal->visibleMin, 3);  // the sample before runs into the interval
     EXPECT_EQ(signal->visibleMax, 9);
-    signal->addSample(6000, 100);  // outside
+    addAll({{6000, 100}});  // outside
     EXPECT_EQ(signal->visibleMax, 9);
     store.clearInterval();
     EXPECT_EQ(signal->visibleMin, -4);
     EXPECT_EQ(signal->visibleMax, 100);
     EXPECT_FALSE(signal->intervalActive);
+
+    const auto limited = std::make_shared<Signal>(message, "limited", -10.0, 100.0);
+    for (const double value : {0.0, 500.0, 50.0, -11.0, 100.0, -10.0})
+        limited->addSample(limited->lastSeenTime + 1, value);
+    EXPECT_EQ(limited->min, -10.0);
+    EXPECT_EQ(limited->max, 100.0);
+    EXPECT_EQ(limited->visibleMax, 100.0);
+    EXPECT_EQ(limited->samples().size(), 6U) << "limits are for the plot";
+    EXPECT_FALSE(std::make_shared<Signal>(message, "free", 0.0, 0.0)->hasLimits);
 }
 
 TEST_F(SignalTest, findsValuesByTime) {
     EXPECT_EQ(signal->valueAt(5), 0.0);
-    for (std::uint64_t i = 1; i <= 5000; ++i)
+    constexpr std::uint64_t kCount = 5000;  // a sample every 10 ms, from 10 on
+    for (std::uint64_t i = 1; i <= kCount; ++i)
         signal->addSample(i * 10, static_cast<double>(i));
-    EXPECT_EQ(signal->valueAt(9), 0.0);
-    for (const std::uint64_t time : {10, 19, 20, 1005, 25'000, 49'999, 50'000, 99'999}) {
-        EXPECT_EQ(signal->valueAt(time),
-                  static_cast<double>(std::min<std::uint64_t>(time, 50'000) / 10))
-            << time;
+    for (const std::uint64_t time : {9, 10, 19, 20, 1005, 25'000, 49'999, 50'000, 99'999}) {
+        EXPECT_EQ(signal->valueAt(time), static_cast<double>(std::min(time / 10, kCount))) << time;
         const Sample* near = signal->findNear(time);
-        EXPECT_TRUE(near == signal->samples().begin() || near->time < time);
-        const auto first = std::min<std::uint64_t>((time + 9) / 10 - 1,
-                                                   5000);  // of the first sample at or after it
-        EXPECT_LE(first, static_cast<std::uint64_t>(near - signal->samples().begin()) + 210)
-            << time;
+        EXPECT_TRUE(near == signal->samples().begin() || near->time < time) << time;
+        const std::uint64_t firstNotBefore = std::min((time + 9) / 10 - 1, kCount);
+        const auto found = static_cast<std::uint64_t>(near - signal->samples().begin());
+        EXPECT_LE(firstNotBefore, found + 210) << time;
     }
 }
 
@@ -180,7 +153,7 @@ TEST_F(SignalTest, printsValues) {
 }
 
 TEST_F(SignalTest, countsItsUsers) {
-    auto user = makeSignal("user");
+    const auto user = makeSignal("user");
     signal->addUser(user);
     signal->setSelected(true);
     signal->setSelected(true);
@@ -202,29 +175,23 @@ TEST_F(SignalTest, countsItsUsers) {
     signal->parsed = true;
     signal->setSelected(true);
     EXPECT_FALSE(signal->needsParse) << "what was parsed is not decoded again";
-}
-
-TEST_F(SignalTest, forgetsItsSamples) {
-    signal->addUser(nullptr);
     signal->addSample(10, 3);
-    signal->parsed = true;
-    signal->needsParse = false;
     signal->clearSamples();
     EXPECT_FALSE(signal->hasData);
-    EXPECT_TRUE(signal->needsParse);
+    EXPECT_TRUE(signal->needsParse) << "what it held is gone, and it is wanted";
     EXPECT_GT(signal->min, signal->max);
-    EXPECT_EQ(signal->samples().size(), 0U);
+    EXPECT_TRUE(signal->samples().empty());
 }
 
 TEST_F(SignalTest, isNamedByItsPlace) {
     EXPECT_EQ(signal->fullName, "Can.Msg.s");
-    const auto scratch = std::make_shared<Message>(store, 9, "Scratch");
-    EXPECT_EQ(std::make_shared<Signal>(scratch, "s")->fullName, "Scratch.s");
     EXPECT_EQ(signal->color, "#00007833ffff");
     store.hooks.colorLookup = [](const auto& i, const auto& m, const auto& s) {
         return i + "/" + m + "/" + s;
     };
-    EXPECT_EQ(std::make_shared<Signal>(scratch, "s")->color, "Can/Scratch/s");
+    const Signal scratch(std::make_shared<Message>(store, 9, "Scratch"), "s");
+    EXPECT_EQ(scratch.fullName, "Scratch.s");
+    EXPECT_EQ(scratch.color, "Can/Scratch/s");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 """What the program is run with, and the golden file that holds its whole output.
 
 `@` stands for the folder of the sample recording. Every case has a home directory of its own that
-holds `home` files, and runs in an empty directory that holds `files`.
+holds `home` files, and runs in an empty directory that holds `files`; names may hold folders.
 """
 
 DBC = """\
@@ -20,6 +20,17 @@ BO_ 2147484672 Gear: 2 ECU
 VAL_ 2147484672 Mode 1 "one" 2 "two" ;
 """
 BAD_DBC = DBC + 'BO_ 256 Again: 8 ECU\n'
+WIDE_DBC = DBC + 'BO_ 257 Wide: 8 ECU\n SG_ Distance : 0|40@1+ (1,0) [0|0] "m" Vector__XXX\n'
+VSD = """\
+[settings]
+ifname_0=Can
+dbcfile_0=a.dbc
+
+[Trip.Revolutions]
+method=integrate
+signal=Can.Engine.Speed
+"""
+BAD_VSD = VSD + "\n[Trip.Lost]\nmethod=inv\nsignal_01=Can.Engine.Gone\nstep=10\n"
 
 CASES = {
     # name: (arguments, {files in the working directory}, {files in the home directory})
@@ -47,5 +58,25 @@ CASES = {
                                "@/drive_0002.bin", "@/drive_0001.bin"], {}, {}),
     "real_signals_print_nothing": (["-q", "-f", "@/drive.vsd", "-s", "Powertrain.*.*",
                                     "@/drive_0001.bin"], {}, {}),
+    "positional_order": (["-q", "absent.txt", "@/drive_0001.bin", "x.dbc"], {"x.dbc": DBC}, {}),
+    "suffix_in_capitals": (["-l", "A.DBC", "ignored"], {"A.DBC": DBC}, {}),
+    "folders": (["-q", "deep", "flat"], {"deep/a/b/c/x": "", "flat/a/b/y": "no recording"}, {}),
+    "stored_connection": (["-l", "to/x.TvLive", "ignored"],
+                          {"to/x.TvLive": "TITLE=T\r\nOTHER=\r\nDBC=a.dbc\r\n", "to/a.dbc": DBC},
+                          {}),
+    "missing_connection": (["-l", "gone.tvlive"], {}, {}),
+    "directory_as_connection": (["-l", "x.tvlive"], {"x.tvlive/inside": ""}, {}),
+    "last_definitions_are_used": (["-l"], {}, {".sigmira": "[global]\nvsdFile=./dummy\n"
+                                               "dbFile=HOME/a.dbc\n", "a.dbc": DBC}),
+    "no_interface_of_this_name": (["--can", "lan0"], {}, {}),
+    "wide_signal": (["-l", "-d", "a.dbc"], {"a.dbc": WIDE_DBC}, {}),
+    "tolerant": (["-l", "--tolerant", "-d", "a.dbc"], {"a.dbc": BAD_DBC}, {}),
+    "check_sound": (["--check", "-f", "a.vsd"], {"a.dbc": DBC, "a.vsd": VSD}, {}),
+    "check_findings": (["--check", "-d", "a.dbc"], {"a.dbc": WIDE_DBC + BAD_DBC}, {}),
+    "check_tolerant": (["--check", "--tolerant", "-d", "a.dbc"], {"a.dbc": WIDE_DBC}, {}),
+    "check_failed_group": (["--check", "a.vsd"], {"a.dbc": DBC, "a.vsd": BAD_VSD}, {}),
+    "check_missing_dbc": (["--check", "-d", "gone.dbc"], {}, {}),
+    "check_missing_vsd": (["--check", "-f", "gone.vsd"], {}, {}),
+    "check_nothing": (["--check"], {}, {}),
     "damaged_settings": (["-q", "-d", "a.dbc"], {"a.dbc": DBC}, {".sigmira": "[glo\x00"}),
 }

@@ -25,7 +25,8 @@ def run(program, templates, name):
         for place, contents in ((work, files), (home, home_files)):
             place.mkdir()
             for file, text in contents.items():
-                (place / file).write_text(text)
+                (place / file).parent.mkdir(parents=True, exist_ok=True)
+                (place / file).write_text(text.replace("HOME", str(home)))
         environment = {"PATH": os.environ["PATH"], "HOME": str(home), "TZ": "UTC"}
         environment.update({k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")})
         real = [a.replace("@", templates) if a.startswith("@") else a for a in arguments]

@@ -134,7 +134,7 @@ Conversation::Bytes Conversation::sealPending() {
     }
     std::size_t take = std::min(pending_.size(), most);
     take -= take % StreamCipher::kUnit;
-    const Bytes bytes = cipher_->frame(std::span(pending_).first(take));
+    Bytes bytes = cipher_->frame(std::span(pending_).first(take));
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(take));
     return bytes;
 }

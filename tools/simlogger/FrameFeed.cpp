@@ -25,7 +25,7 @@ class ScenarioFeed : public FrameFeed {
           limit_(spec_.framesPerFile * std::max(spec_.files, 1U)) {}
 
     std::optional<FedFrame> next() override {
-        const SimFrame frame = nextHeard();
+        const SimFrame frame = nextHeard(traffic_, spec_);
         const bool over = limit_ > 0 ? count_ == limit_ : frame.timeMs >= spec_.durationMs;
         if (over) return std::nullopt;
         ++count_;
@@ -33,18 +33,6 @@ class ScenarioFeed : public FrameFeed {
     }
 
   private:
-    /// The next frame outside of the silences.
-    SimFrame nextHeard() {
-        for (;;) {
-            const SimFrame frame = traffic_.next();
-            const bool silent = std::any_of(
-                spec_.silences.begin(), spec_.silences.end(), [&frame](const auto& silence) {
-                    return frame.timeMs >= silence.first && frame.timeMs < silence.second;
-                });
-            if (!silent) return frame;
-        }
-    }
-
     const RecordingSpec& spec_;
     Traffic traffic_;
     const std::uint64_t limit_;  // frames; 0: the duration limits

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -158,7 +159,9 @@ int run(std::span<const std::string_view> arguments) {
 int main(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv + 1, argv + argc);
     try {
-        return trelis::sim::run(arguments);
+        const int status = trelis::sim::run(arguments);
+        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+        throw std::runtime_error("standard output could not be written");
     } catch (const trelis::sim::UsageError& error) {
         std::fprintf(stderr, "simlogger: %s\nTry simlogger --help\n", error.what());
         return 2;

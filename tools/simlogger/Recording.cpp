@@ -1,6 +1,5 @@
 #include "Recording.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -71,7 +70,7 @@ class Recorder {
         const std::string name = spec_.name + (spec_.files > 1 ? number.data() : ".bin");
         const std::filesystem::path path = directory_ / name;
         OutputFile file(path);
-        if (!pending_) pending_ = nextHeard();
+        if (!pending_) pending_ = nextHeard(traffic_, spec_);
         const std::uint64_t begins =
             spec_.framesPerFile > 0 ? pending_->timeMs : spec_.durationMs * index / spec_.files;
         // Unsigned arithmetic wraps, so that a negative shift comes out right.
@@ -90,7 +89,7 @@ class Recorder {
                            [&file](std::span<const std::uint8_t> block) { file.write(block); });
         const std::uint64_t ends = spec_.durationMs * (index + 1) / spec_.files;
         for (std::uint64_t count = 0;; ++count) {
-            if (!pending_) pending_ = nextHeard();
+            if (!pending_) pending_ = nextHeard(traffic_, spec_);
             const bool full =
                 spec_.framesPerFile > 0 ? count == spec_.framesPerFile : pending_->timeMs >= ends;
             if (full) break;
@@ -100,18 +99,6 @@ class Recorder {
             pending_.reset();
         }
         writer.flush();
-    }
-
-    /// The next frame outside of the silences.
-    SimFrame nextHeard() {
-        for (;;) {
-            const SimFrame frame = traffic_.next();
-            const bool silent = std::any_of(
-                spec_.silences.begin(), spec_.silences.end(), [&frame](const auto& silence) {
-                    return frame.timeMs >= silence.first && frame.timeMs < silence.second;
-                });
-            if (!silent) return frame;
-        }
     }
 
     const RecordingSpec& spec_;

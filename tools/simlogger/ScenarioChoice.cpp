@@ -1,6 +1,7 @@
 #include "ScenarioChoice.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -18,6 +19,7 @@ std::uint32_t smallNumber(std::string_view text) {
 }
 
 std::string readFile(const std::string& path) {
+    if (std::filesystem::is_directory(path)) throw std::runtime_error(path + " is a folder");
     std::ifstream stream(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     if (!stream.is_open() || stream.bad()) throw std::runtime_error("cannot read " + path);

@@ -84,6 +84,9 @@ int serve(std::span<const std::string_view> words) {
     const ServeArguments arguments = readArguments(words);
     Scenario scenario;
     if (arguments.scenario.isMade()) scenario = arguments.scenario.scenario();
+    // A file that is none is told now, not when somebody connects.
+    for (const std::filesystem::path& file : arguments.logFiles)
+        recordingFeed({file})->next();
     Server server(arguments.options, [&] {
         return arguments.logFiles.empty() ? scenarioFeed(scenario)
                                           : recordingFeed(arguments.logFiles);

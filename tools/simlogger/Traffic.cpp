@@ -39,7 +39,10 @@ std::int64_t rawOf(const SignalSpec& spec, double physical) {
         const auto scaled = static_cast<float>((physical - spec.offset) / spec.factor);
         return std::bit_cast<std::int32_t>(scaled);
     }
-    return static_cast<std::int64_t>(std::floor((physical - spec.offset) / spec.factor + 0.5));
+    // A scenario may hold any number; what no integer can be would be undefined to convert.
+    constexpr double kMost = 9.2e18;
+    const double raw = std::floor((physical - spec.offset) / spec.factor + 0.5);
+    return std::isnan(raw) ? 0 : static_cast<std::int64_t>(std::clamp(raw, -kMost, kMost));
 }
 
 std::int64_t lowestRaw(const SignalSpec& spec) {
@@ -254,6 +257,17 @@ SimFrame Traffic::errorFrame(std::uint64_t timeMs) {
     const std::uint64_t detail = std::uint64_t{sort.first} << random_.below(sort.doublings + 1);
     const std::uint8_t bus = buses_[random_.below(static_cast<std::uint32_t>(buses_.size()))];
     return {timeMs, kErrorFrame | sort.flag, 8, bus, detail << (8 * sort.byte)};
+}
+
+SimFrame nextHeard(Traffic& traffic, const RecordingSpec& recording) {
+    for (;;) {
+        const SimFrame frame = traffic.next();
+        const bool silent = std::any_of(
+            recording.silences.begin(), recording.silences.end(), [&frame](const auto& silence) {
+                return frame.timeMs >= silence.first && frame.timeMs < silence.second;
+            });
+        if (!silent) return frame;
+    }
 }
 
 }  // namespace trelis::sim

@@ -73,4 +73,7 @@ class Traffic {
     std::uint32_t dropped_ = 0;  ///< frames that the logger says it has lost
 };
 
+/// The next frame outside of the recording's silences.
+SimFrame nextHeard(Traffic& traffic, const RecordingSpec& recording);
+
 }  // namespace trelis::sim

@@ -15,7 +15,7 @@ namespace trelis {
 namespace {
 
 constexpr std::size_t kQueuedBytes = 1023;
-constexpr std::size_t kLongestText = 64 * 1024;
+constexpr std::size_t kLongestText = std::size_t{64} * 1024;
 
 std::string_view colourOf(Level level) {
     switch (level) {
@@ -35,6 +35,17 @@ constexpr std::array<char16_t, 32> kWindows1252 = {
     0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+
+// What the queue takes of a text, without half a character at its end if the text is UTF-8.
+std::string_view cutText(std::string_view text) {
+    if (text.size() <= kQueuedBytes) return text;
+    constexpr std::size_t kMostContinuations = 3;  // bytes of a character behind its first one
+    std::size_t end = kQueuedBytes;
+    while (end > kQueuedBytes - kMostContinuations &&
+           (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        --end;
+    return text.substr(0, end);
+}
 
 }  // namespace
 
@@ -57,11 +68,10 @@ void report(Level level, std::string_view text) {
     line.append(text).append("\033[0m\n");
     // One call, so that lines of different threads interleave as whole lines.
     std::fwrite(line.data(), 1, line.size(), stderr);
-    // A cut must not leave half a UTF-8 character to the widgets.
-    std::size_t end = std::min(text.size(), kQueuedBytes);
-    while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
-        --end;
-    MessageLog::instance().add(levelWord(level), text.substr(0, end));
+    // A widget shows nothing at all of a text with a broken character, such as the bytes of a file
+    // name in another encoding, or one that is cut in half.
+    const std::string queued = toValidUtf8(cutText(text));
+    MessageLog::instance().add(levelWord(level), cutText(queued));
 }
 
 void reportFatal(std::string_view text) {

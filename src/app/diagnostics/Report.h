@@ -14,7 +14,7 @@ enum class Level { kInfo = 0, kWarning = 1, kError = 2 };
 std::string_view levelWord(Level level);
 
 /// Writes the coloured text with its level word to standard error as one line, and queues the text
-/// (cut to 1023 bytes) in the MessageLog.
+/// (as valid UTF-8, cut to 1023 bytes) in the MessageLog.
 void report(Level level, std::string_view text);
 
 /// report(kError, text), then throws PrintMsgError.

@@ -22,8 +22,8 @@ constexpr const char* kDefaultColour = "#00007833ffff";
 
 Store::Store() {
     const char* home = std::getenv("HOME");
-    liveFilePath =
-        (home != nullptr ? std::string(home) + "/" : std::string("/tmp/")) + ".sigmiralive";
+    const bool hasHome = home != nullptr && *home != '\0';
+    liveFilePath = (hasHome ? std::string(home) : "/tmp") + "/.sigmiralive";
 }
 
 Store::~Store() {
@@ -109,9 +109,7 @@ std::shared_ptr<Message> Store::getMessage(std::uint32_t interfaceNumber, std::u
     if (!interface)
         throw std::invalid_argument(format("Can't find interface with number %u", interfaceNumber));
     auto message = interface->findById(id);
-    if (!message)
-        throw std::invalid_argument(
-            format("Can't find message with id %d", static_cast<std::int32_t>(id)));
+    if (!message) throw std::invalid_argument(format("Can't find message with id %u", id));
     return message;
 }
 

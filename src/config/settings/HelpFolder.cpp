@@ -18,12 +18,13 @@ bool holdsHelp(const fs::path& folder) {
 }  // namespace
 
 fs::path findHelpFolder(const fs::path& installed, const fs::path& program) {
-    if (holdsHelp(installed)) return installed;
+    // Without its path there is nothing beside the program but whatever folder it was started in.
+    if (holdsHelp(installed) || program.is_relative()) return installed;
     const fs::path prefix = program.parent_path().parent_path();
-    if (const fs::path own = prefix / "share/doc/sigmira/help"; holdsHelp(own)) return own;
+    if (fs::path own = prefix / "share/doc/sigmira/help"; holdsHelp(own)) return own;
     fs::path folder = program.parent_path();
     for (int level = 0; level < kBuildDepth; ++level, folder = folder.parent_path())
-        if (const fs::path source = folder / "share/help"; holdsHelp(source)) return source;
+        if (fs::path source = folder / "share/help"; holdsHelp(source)) return source;
     return installed;
 }
 

@@ -104,7 +104,7 @@ TEST_F(ReportTest, writesColouredLinesAndQueuesTheText) {
     EXPECT_EQ(log.pop().level, 2);
 }
 
-TEST_F(ReportTest, cutsLongTextsInTheQueueOnly) {
+TEST_F(ReportTest, makesTextsFitForTheQueueOnly) {
     const std::string text(5000, 'x');
     EXPECT_EQ(written([&] { report(Level::kInfo, text); }).size(), 5000U + 14);
     EXPECT_EQ(log.pop().text.size(), 1023U);
@@ -113,6 +113,11 @@ TEST_F(ReportTest, cutsLongTextsInTheQueueOnly) {
         umlauts += "ü";
     written([&] { report(Level::kInfo, umlauts); });
     EXPECT_EQ(log.pop().text.size(), 1022U) << "no half character";
+    EXPECT_EQ(written([] { report(Level::kInfo, "no file gr\xFCn"); }),
+              "\033[34mINF no file gr\xFCn\033[0m\n");
+    EXPECT_EQ(log.pop().text, "no file grün") << "widgets take UTF-8 only";
+    written([] { report(Level::kInfo, "ü" + std::string(2000, '\x80')); });
+    EXPECT_EQ(log.pop().text.size(), 1021U) << "whole characters";
     EXPECT_EQ(format("%s", std::string(100'000, 'y').c_str()).size(), 64U * 1024);
     EXPECT_EQ(format("%d%%, %s", 5, "five"), "5%, five");
     EXPECT_EQ(format("%s", ""), "");

@@ -1,11 +1,13 @@
 #include "app/store/Store.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
-#include <condition_variable>
+#include <cstdlib>
+#include <latch>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
@@ -78,8 +80,29 @@ TEST_F(StoreTest, refusesInterfacesTwice) {
     EXPECT_EQ(test::TestStore::messages(),
               (Messages{"Interface name 'Can0' already used. Duplicates not allowed.",
                         "Could not insert Can interface (nbr), Can1 (4)"}));
-    EXPECT_THROW(static_cast<void>(store.getMessage(9, 1)), std::invalid_argument);
-    EXPECT_THROW(static_cast<void>(store.getMessage(4, 1)), std::invalid_argument);
+}
+
+TEST_F(StoreTest, findsMessagesByNumber) {
+    add("Can0", 4, "Motor", "Speed");
+    EXPECT_EQ(store.getMessage(4, 0)->name, "Motor");
+    const auto failure = [&](std::uint32_t number, std::uint32_t id) -> std::string {
+        try {
+            return store.getMessage(number, id)->name;
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+    };
+    EXPECT_EQ(failure(9, 0), "Can't find interface with number 9");
+    EXPECT_EQ(failure(4, kExtendedIdFlag | 1), "Can't find message with id 2147483649");
+}
+
+TEST_F(StoreTest, keepsTheLastConnectionAtHome) {
+    const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+    ::setenv("HOME", "/home/me", 1);
+    EXPECT_EQ(test::TestStore().liveFilePath, "/home/me/.sigmiralive");
+    ::setenv("HOME", "", 1);
+    EXPECT_EQ(test::TestStore().liveFilePath, "/tmp/.sigmiralive");
+    ::setenv("HOME", home.c_str(), 1);
 }
 
 TEST_F(StoreTest, findsActiveInterfacesByNumber) {
@@ -164,33 +187,34 @@ TEST_F(StoreTest, clearsEverything) {
     EXPECT_TRUE(signal->samples().empty());
 }
 
-TEST_F(StoreTest, runsOnePassOnTheCallingThread) {
-    int passes = 0;
-    store.hooks.logFiles = [&](Store& running) {
-        ++passes;
-        EXPECT_TRUE(running.parsing);
-        EXPECT_TRUE(running.isBusy());
+TEST_F(StoreTest, runsOnePassOfItsInputOnTheCallingThread) {
+    std::string passes;
+    const auto path = [&](const char* name, bool live) {
+        return [&passes, name, live](Store& running) {
+            passes += name;
+            EXPECT_EQ(running.parsing, !live) << name;
+            EXPECT_EQ(running.isBusy(), !live) << name;
+        };
     };
-    store.hooks.ascImport = [&](Store&) { passes += 10; };
-    store.hooks.csvImport = [&](Store&) { passes += 100; };
-    store.hooks.liveConnection = [&](Store& running) {
-        passes += 1000;
-        EXPECT_FALSE(running.parsing || running.isBusy());
+    store.hooks.logFiles = path("log ", false);
+    store.hooks.ascImport = path("asc ", false);
+    store.hooks.csvImport = path("csv ", false);
+    store.hooks.canSocket = path("can ", true);
+    store.hooks.liveConnection = path("live ", true);
+    const auto parse = [&] {
+        store.running = true;
+        EXPECT_TRUE(store.parseNow());
+        EXPECT_FALSE(store.parsing || store.isBusy() || store.running);
     };
-    EXPECT_TRUE(store.parseNow());
-    EXPECT_EQ(passes, 1);
-    EXPECT_FALSE(store.parsing || store.isBusy() || store.running);
-    EXPECT_EQ(store.lastTime, 0U);
-    store.running = true;
-    store.ascMode = true;
-    store.parseNow();
-    store.running = true;
-    store.csvMode = true;
-    store.parseNow();
-    store.running = true;
+    parse();
+    for (bool* mode : {&store.ascMode, &store.csvMode, &store.dongleMode}) {
+        *mode = true;  // each goes before those that were set until now
+        parse();
+    }
     store.networkInput = true;
-    store.parseNow();
-    EXPECT_EQ(passes, 1111);
+    parse();
+    EXPECT_EQ(passes, "log asc csv can live ");
+    EXPECT_EQ(store.lastTime, 0U);
 }
 
 TEST_F(StoreTest, tellsHowAPassFailed) {
@@ -204,37 +228,18 @@ TEST_F(StoreTest, tellsHowAPassFailed) {
     EXPECT_EQ(test::TestStore::messages(), Messages{"the end"});
 }
 
-// One-way gate between a pass and the test.
-class Gate {
-  public:
-    void open() {
-        const std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    void wait() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return open_; });
-    }
-
-  private:
-    std::mutex mutex_;  // guards open_
-    std::condition_variable changed_;
-    bool open_ = false;
-};
-
 TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
     store.noGui = false;  // the worker lives on after a pass
-    Gate begun;
-    Gate proceed;
-    Gate second;
+    std::latch begun(1);
+    std::latch proceed(1);
+    std::latch second(1);
     int passes = 0;
     store.hooks.logFiles = [&](Store&) {
         if (++passes == 1) {
-            begun.open();
+            begun.count_down();
             proceed.wait();
-        } else {
-            second.open();
+        } else if (passes == 2) {
+            second.count_down();
         }
     };
     store.startWorker();
@@ -245,7 +250,7 @@ TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
     for (int i = 0; i < 5; ++i)
         store.requestParse();
     EXPECT_TRUE(store.reparseRequested());
-    proceed.open();
+    proceed.count_down();
     second.wait();
     store.shutdown();
     EXPECT_EQ(passes, 2);
@@ -253,15 +258,15 @@ TEST_F(StoreTest, makesOnePassOfRequestsThatMeet) {
 
 TEST_F(StoreTest, worksOnAfterAnInputThatEndedTheWorker) {
     store.noGui = false;
-    Gate first;
-    Gate second;
+    std::latch first(1);
+    std::latch second(1);
     int passes = 0;
     store.hooks.logFiles = [&](Store& running) {
         if (++passes == 1) {
             running.running = false;
-            first.open();
-        } else {
-            second.open();
+            first.count_down();
+        } else if (passes == 2) {
+            second.count_down();
         }
     };
     store.startWorker();

@@ -1,21 +1,17 @@
 #include "config/settings/Settings.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/MessageLog.h"
+#include "support/Files.h"
 
 namespace trelis {
 namespace {
 
 namespace fs = std::filesystem;
+using test::contentOf;
+using test::modeOf;
 
 std::string takeMessages() {
     std::string texts;
@@ -26,33 +22,15 @@ std::string takeMessages() {
 
 class SettingsTest : public ::testing::Test {
   protected:
-    SettingsTest() {
-        std::string name = (fs::temp_directory_path() / "settingsXXXXXX").string();
-        home = ::mkdtemp(name.data());
-        paths = {home / "settings", home / "lists"};
-        takeMessages();
-    }
-    ~SettingsTest() override {
-        takeMessages();
-        fs::remove_all(home);
-    }
+    SettingsTest() { takeMessages(); }
+    ~SettingsTest() override { takeMessages(); }
 
     void writeSettings(std::string_view content) const {
-        std::ofstream(paths.settings, std::ios::binary) << content;
-    }
-    static std::string contentOf(const fs::path& path) {
-        std::ifstream stream(path, std::ios::binary);
-        std::ostringstream content;
-        content << stream.rdbuf();
-        return content.str();
-    }
-    static unsigned modeOf(const fs::path& path) {
-        struct stat status {};
-        return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+        static_cast<void>(home.write("settings", content));
     }
 
-    fs::path home;
-    SettingsPaths paths;
+    test::Folder home;
+    SettingsPaths paths{home / "settings", home / "lists"};
 };
 
 TEST_F(SettingsTest, aFreshHomeGivesDefaultsAndSavesOnlyWhatWasSet) {
@@ -166,20 +144,16 @@ TEST_F(SettingsTest, aFullDiskLeavesTheOldFileAlsoWhenItIsDamaged) {
         writeSettings(old);
         Settings settings(paths);
         settings.setLogPath(std::string(100000, 'x'));
-        rlimit before{};
-        ::getrlimit(RLIMIT_FSIZE, &before);
-        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{4096, before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        EXPECT_FALSE(settings.save());
-        ::setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
+        {
+            const test::FullDisk full(4096);
+            EXPECT_FALSE(settings.save());
+        }
         EXPECT_EQ(contentOf(paths.settings), old);
     }
 }
 
 TEST_F(SettingsTest, withoutAPlaceForItsFilesTheProgramDoesNotStart) {
-    const std::string missing = home / "missing" / "settings";
+    const std::string missing = home / "missing/settings";
     EXPECT_THROW(Settings({missing, ""}), PrintMsgError);
     EXPECT_EQ(takeMessages(), "Couldn't create " + missing + "\n");
 }
@@ -187,9 +161,9 @@ TEST_F(SettingsTest, withoutAPlaceForItsFilesTheProgramDoesNotStart) {
 TEST_F(SettingsTest, theEditorMustBeExecutable) {
     Settings settings(paths);
     settings.setDefaultEditor("/bin/sh");
-    settings.setDefaultEditor(home);
+    settings.setDefaultEditor(home.path());
     EXPECT_EQ(settings.getDefaultEditor(), "/bin/sh");
-    EXPECT_EQ(takeMessages(), home.string() + " is not an executable\n");
+    EXPECT_EQ(takeMessages(), home.path().string() + " is not an executable\n");
 }
 
 TEST_F(SettingsTest, signalListsOfProjectsStayApart) {
@@ -211,7 +185,7 @@ TEST_F(SettingsTest, signalListsOfProjectsStayApart) {
     EXPECT_NE(contentOf(paths.signalLists).find("file=/p/b.vsd\ntime="), std::string::npos);
     EXPECT_EQ(modeOf(paths.signalLists), 0600U);
 
-    EXPECT_FALSE(settings.writeSignalList(home / "none" / "x", first, ""));
+    EXPECT_FALSE(settings.writeSignalList(home / "none/x", first, ""));
     EXPECT_NE(takeMessages().find("Couldn't create"), std::string::npos);
 }
 

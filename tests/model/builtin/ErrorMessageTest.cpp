@@ -2,45 +2,33 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <map>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
-using Samples = std::vector<Sample>;
+using test::Samples;
+using test::samplesOf;
+
+constexpr std::uint64_t kData = 0x1716'1514'1312'1110;
+
+Frame errorFrame(std::uint32_t flags, std::uint8_t dlc = 8, std::uint64_t data = kData) {
+    return test::frameOf(data, 0, kErrorFrameFlag | flags, dlc);
+}
 
 class ErrorMessageTest : public ::testing::Test {
   protected:
     ErrorMessageTest() { interface->addMessage(message); }
 
-    static Frame errorFrame(std::uint32_t flags, std::uint8_t dlc = 8,
-                            std::array<std::uint8_t, 8> data = {10, 11, 12, 13, 14, 15, 16, 17}) {
-        Frame frame;
-        frame.id = kErrorFrameFlag | flags;
-        frame.dlc = dlc;
-        frame.data = data;
-        return frame;
-    }
+    std::shared_ptr<Signal> signal(const std::string& name) { return message->getSignal(name); }
     /// The newest values of the signals that got any.
     std::map<std::string, double> values() {
         std::map<std::string, double> found;
-        for (const auto& signal : message->signals)
-            if (!signal->samples().empty()) found[signal->name] = signal->samples().back().value;
+        for (const auto& each : message->signals)
+            if (!each->samples().empty()) found[each->name] = each->samples().back().value;
         return found;
-    }
-    static Samples samplesOf(const Signal& signal) {
-        return {signal.samples().begin(), signal.samples().end()};
-    }
-    std::string printed(const std::string& name, double value) {
-        std::array<char, 128> buffer{};
-        message->getSignal(name)->printValue(buffer.data(), buffer.size(), value);
-        return buffer.data();
     }
 
     test::TestStore store;
@@ -49,38 +37,37 @@ class ErrorMessageTest : public ::testing::Test {
 };
 
 TEST_F(ErrorMessageTest, countsAndDescribesEveryFlag) {
-    using Values = std::map<std::string, double>;
     struct Case {
         std::uint32_t flags;
         std::uint8_t dlc;
-        Values values;
+        std::map<std::string, double> values;
     };
     const Case cases[] = {
-        {0x002, 8, {{"CountLostArb", 1}, {"LostArbPos", 10}}},
+        {0x002, 1, {{"CountLostArb", 1}, {"LostArbPos", 0x10}}},
         {0x002, 0, {{"CountLostArb", 1}, {"LostArbPos", 0}}},
-        {0x004, 2, {{"CountCtrlErr", 1}, {"DescriptionCtrlErr", 11}}},
+        {0x004, 2, {{"CountCtrlErr", 1}, {"DescriptionCtrlErr", 0x11}}},
         {0x004, 1, {{"CountCtrlErr", 1}, {"DescriptionCtrlErr", 0}}},
-        {0x008, 3, {{"CountProtErr", 1}, {"DescriptionProtErr", 12}}},
+        {0x008, 3, {{"CountProtErr", 1}, {"DescriptionProtErr", 0x12}}},
         {0x008, 2, {{"CountProtErr", 1}, {"DescriptionProtErr", 0}}},
-        {0x010, 5, {{"CountTrxErr", 1}, {"DescriptionTrxErr", 14}}},
+        {0x010, 5, {{"CountTrxErr", 1}, {"DescriptionTrxErr", 0x14}}},
         {0x010, 4, {{"CountTrxErr", 1}, {"DescriptionTrxErr", 0}}},
-        {0x020, 8, {{"CountAckErr", 1}}},
-        {0x040, 8, {{"CountBusOff", 1}}},
-        {0x080, 8, {{"CountBusErr", 1}}},
         {0x100, 8, {{"CountCtrlRestart", 1}}},
         {0x006,
          8,
          {{"CountLostArb", 1},
-          {"LostArbPos", 10},
+          {"LostArbPos", 0x10},
           {"CountCtrlErr", 1},
-          {"DescriptionCtrlErr", 11}}},
+          {"DescriptionCtrlErr", 0x11}}},
+        {0x020, 8, {{"CountAckErr", 1}}},
+        {0x040, 8, {{"CountBusOff", 1}}},
+        {0x080, 8, {{"CountBusErr", 1}}},
         {0x041, 8, {}},  // a transmission time-out says nothing
         {0x200, 8, {}},
     };
     store.readAll = true;
     for (const Case& c : cases) {
-        for (const auto& signal : message->signals)
-            signal->clearSamples();
+        for (const auto& each : message->signals)
+            each->clearSamples();
         message->postFrame(errorFrame(c.flags, c.dlc), 1000);
         EXPECT_EQ(values(), c.values) << "flags " << c.flags << " dlc " << int{c.dlc};
     }
@@ -91,31 +78,29 @@ TEST_F(ErrorMessageTest, decodesWhatAParseNeeds) {
     message->postFrame(errorFrame(0x002), 5);
     EXPECT_TRUE(values().empty());
     // The description alone is enough to follow the events.
-    message->getSignal("LostArbPos")->setSelected(true);
+    signal("LostArbPos")->setSelected(true);
     EXPECT_TRUE(message->startWorker());
     EXPECT_TRUE(store.wantErrors);
     message->postFrame(errorFrame(0x006), 5);
-    EXPECT_EQ(values().size(), 2U);
-    EXPECT_EQ(values()["LostArbPos"], 10.0);
+    EXPECT_EQ(values(), (std::map<std::string, double>{{"CountLostArb", 1}, {"LostArbPos", 0x10}}));
     message->finish();
     EXPECT_FALSE(message->isWanted());
 }
 
 TEST_F(ErrorMessageTest, staysFlatUpToALateEvent) {
-    const auto count = message->getSignal("CountCtrlErr");
-    const auto what = message->getSignal("DescriptionCtrlErr");
+    const auto count = signal("CountCtrlErr");
     count->setSelected(true);
     message->startWorker();
-    message->postFrame(errorFrame(0x004, 8, {0, 1}), 20'000);
-    message->postFrame(errorFrame(0x004, 8, {0, 4}), 30'000);  // no more than 10 s
-    message->postFrame(errorFrame(0x004, 8, {0, 8}), 40'001);
+    message->postFrame(errorFrame(0x004, 8, 0x100), 20'000);
+    message->postFrame(errorFrame(0x004, 8, 0x400), 30'000);  // no more than 10 s
+    message->postFrame(errorFrame(0x004, 8, 0x800), 40'001);
     EXPECT_EQ(samplesOf(*count),
               (Samples{{20'000, 1}, {20'000, 1}, {30'000, 2}, {35'000, 2}, {40'001, 3}}));
-    EXPECT_EQ(samplesOf(*what),
+    EXPECT_EQ(samplesOf(*signal("DescriptionCtrlErr")),
               (Samples{{20'000, 1}, {20'000, 1}, {30'000, 4}, {35'000, 4}, {40'001, 8}}));
     // A later parse for another signal counts from 0 and leaves these alone.
     message->finish();
-    message->getSignal("CountBusOff")->setSelected(true);
+    signal("CountBusOff")->setSelected(true);
     message->startWorker();
     message->postFrame(errorFrame(0x044), 20'000);
     EXPECT_EQ(count->samples().size(), 5U);
@@ -126,40 +111,41 @@ TEST_F(ErrorMessageTest, takesTheLoggersCountAsItIs) {
     const auto logger = store.addInterface("ST_Logger", kStatisticsOffset + kLoggerInterface);
     const auto dropped = ErrorMessage::create("Error", logger, true);
     logger->addMessage(dropped);
-    const auto count = dropped->getSignal("CountMsgDrop");
     store.readAll = true;
-    Frame frame = errorFrame(0x100, 8, {0, 0, 0, 0, 0x78, 0x56, 0x34, 0xF2});
-    frame.interface = kLoggerInterface;
-    for (const std::uint32_t id : {0x200000FFU, 0x20000103U, 0x100U}) {
-        frame.id = id;
-        dropped->postFrame(frame, 1);
-    }
-    frame.id = 0x20000102;
-    frame.dlc = 7;
-    dropped->postFrame(frame, 2);
-    EXPECT_TRUE(count->samples().empty());
-    frame.dlc = 8;
-    dropped->postFrame(frame, 3);
-    EXPECT_EQ(samplesOf(*count), (Samples{{3, 4063516280.0}}));
-    EXPECT_EQ(dropped->comment, "Errors reported by the logger");
+    std::uint64_t time = 0;
+    const auto post = [&](std::uint32_t id, std::uint8_t dlc) {
+        Frame frame = test::frameOf(0xF234'5678'0000'0000, 0, id, dlc);
+        frame.interface = kLoggerInterface;
+        dropped->postFrame(frame, ++time);
+    };
+    for (const std::uint32_t id : {0x200000FFU, 0x20000103U, 0x100U})
+        post(id, 8);
+    post(0x20000102, 7);
+    post(0x20000102, 8);
+    EXPECT_EQ(samplesOf(*dropped->getSignal("CountMsgDrop")), (Samples{{5, 4063516280.0}}));
 }
 
 TEST_F(ErrorMessageTest, printsFlags) {
+    const auto printed = [&](const std::string& name, double value) {
+        return test::printed(*signal(name), value);
+    };
     EXPECT_EQ(printed("DescriptionProtErr", 5), "BitErr, BitStuffErr (5)");
     EXPECT_EQ(printed("DescriptionProtErr", 0), "Unspec (0)");
     EXPECT_EQ(printed("DescriptionProtErr", 255),
               "BitErr, FrameFormat, BitStuffErr, BitDomErr, BitRecErr, Overload, ActiveErr, TXErr "
               "(255)");
-    EXPECT_EQ(printed("DescriptionTrxErr", 5), "No CANH wire (5)");
+    EXPECT_EQ(printed("DescriptionCtrlErr", 127),
+              "RXOvf, TXOvf, RXWarn, TXWarn, RXPassive, TXPassive, ErrActive (127)");
+    EXPECT_EQ(printed("DescriptionTrxErr", 5), "No CANH wire (5)") << "a label of a flag only";
     EXPECT_EQ(printed("LostArbPos", 5), " (5)");
     EXPECT_EQ(printed("CountBusOff", 5), "5.00");
     EXPECT_EQ(printed("DescriptionProtErr", 1e300), "Unspec (0)");
-    message->getSignal("CountBusOff")->unit = "hex";
+    signal("CountBusOff")->unit = "hex";
     EXPECT_EQ(printed("CountBusOff", 255), "0xFF");
 }
 
 TEST_F(ErrorMessageTest, letsGoOfItsSignals) {
-    const std::weak_ptr<Signal> description = message->getSignal("LostArbPos");
+    const std::weak_ptr<Signal> description = signal("LostArbPos");
     interface->clear();
     EXPECT_TRUE(description.expired());
     message->postFrame(errorFrame(0x002), 1);

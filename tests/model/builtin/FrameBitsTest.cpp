@@ -3,67 +3,47 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
 constexpr std::uint32_t kTrailer = 13;
 
-Frame frameOf(std::uint32_t id, std::uint8_t dlc, const std::vector<std::uint8_t>& data) {
-    Frame frame;
-    frame.id = id;
-    frame.dlc = dlc;
-    std::copy(data.begin(), data.end(), frame.data.begin());
-    return frame;
-}
-
 // Frames as they stand on the bus: start of frame, identifier, flags, length code, data bytes and
 // CRC, parted by blanks. I and o are stuff bits, recessive and dominant.
 struct Wire {
     std::uint32_t id;
     std::uint8_t dlc;
-    std::vector<std::uint8_t> data;
-    const char* bits;
+    std::uint64_t data;
+    std::string_view bits;
 };
 
-const Wire kWires[] = {
-    {0x000, 0, {}, "0 0000I00000I00 000I 0000 0I00000I00000I0000"},
-    {0x7FF, 0, {}, "0 11111o11111o1 000 00I00 010011100101111"},
-    {0x555, 2, {0x55, 0xAA}, "0 10101010101 000 00I10 01010101 10101010 110001111000010"},
-    {0x123,
-     8,
-     {0, 0, 0, 0, 0, 0, 0, 0},
+constexpr Wire kWires[] = {
+    {0x000, 0, 0, "0 0000I00000I00 000I 0000 0I00000I00000I0000"},
+    {0x7FF, 0, 0, "0 11111o11111o1 000 00I00 010011100101111"},
+    {0x555, 2, 0xAA55, "0 10101010101 000 00I10 01010101 10101010 110001111000010"},
+    {0x123, 8, 0,
      "0 00100100011 000 1000 00I00000I0 0000I0000 0I00000I00 000I00000I 00000I000 00I00000I0 "
      "0000I0000 0I00000I00 000I010001001110"},
-    {0x01F, 1, {0x0F}, "0 0000I0011111o 000 0I001 00001111 001011001001100"},
-    {0x2AA | kRemoteFrameFlag, 0, {}, "0 01010101010 100 000I0 011001110100110"},
-    {0x1ABCDEF0 | kExtendedIdFlag,
-     3,
-     {0x11, 0x22, 0x33},
+    {0x01F, 1, 0x0F, "0 0000I0011111o 000 0I001 00001111 001011001001100"},
+    {0x2AA | kRemoteFrameFlag, 0, 0, "0 01010101010 100 000I0 011001110100110"},
+    {0x1ABCDEF0 | kExtendedIdFlag, 3, 0x332211,
      "0 11010101111 1o1 001101111011110000 0I00 0011 00010001 00100010 00110011 "
      "111o111001101100"},
-    {0 | kExtendedIdFlag,
-     0,
-     {},
-     "0 0000I00000I00 11 00000I00000I00000I000 00I0 0000I 100011000010000"},
-    {0x1FFFFFFF | kExtendedIdFlag,
-     8,
-     {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
+    {kExtendedIdFlag, 0, 0, "0 0000I00000I00 11 00000I00000I00000I000 00I0 0000I 100011000010000"},
+    {0x1FFFFFFF | kExtendedIdFlag, 8, ~std::uint64_t{0},
      "0 11111o11111o1 11 11o11111o11111o11111o1 000 1000 11111o111 11o11111o1 1111o1111 1o11111o11 "
-     "111o11111o 11111o111 11o11111o1 1111o1111 001101101101001"},
-};
+     "111o11111o 11111o111 11o11111o1 1111o1111 001101101101001"}};
 
 TEST(FrameBits, countsFramesWrittenOutBitByBit) {
     for (const Wire& wire : kWires) {
-        const std::string_view bits = wire.bits;
-        const auto onBus =
-            bits.size() - static_cast<std::size_t>(std::count(bits.begin(), bits.end(), ' '));
-        EXPECT_EQ(frameBits(frameOf(wire.id, wire.dlc, wire.data)), onBus + kTrailer) << bits;
+        const auto blanks = std::count(wire.bits.begin(), wire.bits.end(), ' ');
+        EXPECT_EQ(frameBits(test::frameOf(wire.data, 0, wire.id, wire.dlc)),
+                  wire.bits.size() - static_cast<std::size_t>(blanks) + kTrailer)
+            << wire.bits;
     }
 }
 
@@ -112,36 +92,20 @@ TEST(FrameBits, agreesWithAModelOnRandomFrames) {
     test::Randomness random;
     SCOPED_TRACE(random.trace());
     for (int i = 0; i < 200'000; ++i) {
-        Frame frame;
-        frame.id = static_cast<std::uint32_t>(random.bits());
-        frame.id &= random.below(2) == 0 ? kExtendedIdFlag | kIdMask : 0x7FFU | kRemoteFrameFlag;
-        frame.dlc = static_cast<std::uint8_t>(random.below(16));
-        // Sparse and dense bytes give long rows.
+        const bool extended = random.below(2) == 0;
+        const auto id = static_cast<std::uint32_t>(random.bits()) &
+                        (extended ? kExtendedIdFlag | kIdMask : 0x7FFU | kRemoteFrameFlag);
+        // Sparse and dense bytes give long rows; those behind the length are not on the bus.
         std::uint64_t data = random.bits();
         if (const auto kind = random.below(4); kind == 1)
             data &= random.bits() & random.bits();
         else if (kind == 2)
             data |= random.bits() | random.bits();
-        for (auto& byte : frame.data) {
-            byte = static_cast<std::uint8_t>(data);
-            data >>= 8;
-        }
-        ASSERT_EQ(frameBits(frame), modelBits(frame))
-            << "id " << frame.id << " dlc " << int{frame.dlc} << " case " << i;
+        const auto dlc = static_cast<std::uint8_t>(random.below(16));
+        const Frame frame = test::frameOf(data, 0, id, dlc);
+        ASSERT_EQ(frameBits(frame), modelBits(frame)) << "id " << id << " dlc " << int{dlc};
     }
-}
-
-TEST(FrameBits, takesCodesAboveEightAsEightBytes) {
-    Frame frame = frameOf(0x123, 8, {1, 2, 3, 4, 5, 6, 7, 8});
-    const std::uint32_t eight = frameBits(frame);
-    frame.dlc = 15;
-    EXPECT_EQ(frameBits(frame), modelBits(frame));
-    frame.dlc = 200;  // no length code at all
-    EXPECT_EQ(frameBits(frame), eight);
-    frame.dlc = 2;  // the bytes behind the length are not on the bus
-    const std::uint32_t two = frameBits(frame);
-    frame.data[7] = 0;
-    EXPECT_EQ(frameBits(frame), two);
+    EXPECT_EQ(frameBits(1, 200, 7), frameBits(1, 8, 7)) << "what is no length code is eight bytes";
 }
 
 }  // namespace

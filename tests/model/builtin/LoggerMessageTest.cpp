@@ -2,126 +2,115 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <memory>
-#include <span>
-#include <vector>
+#include <map>
 
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
-class LoggerMessageTest : public ::testing::Test {
-  protected:
-    LoggerMessageTest() { addLoggerInterface(store); }
+using test::samplesOf;
 
-    std::shared_ptr<Signal> signal(const std::string& name) {
-        return store.getSignal("Logger." + name);
-    }
-    double lastOf(const std::string& name) {
-        return signal(name)->samples().empty() ? -1.0 : signal(name)->samples().back().value;
-    }
+struct LoggerStore : test::TestStore {
+    LoggerStore() { addLoggerInterface(*this); }
+
+    std::shared_ptr<Signal> signal(const std::string& name) { return getSignal("Logger." + name); }
     void post(std::uint32_t id, std::uint64_t time, std::uint64_t data) {
-        Frame frame;
-        frame.id = id;
-        frame.interface = 255;
-        for (auto& byte : frame.data) {
-            byte = static_cast<std::uint8_t>(data);
-            data >>= 8;
-        }
-        store.getMessage(kLoggerInterface, id)->postFrame(frame, time);
+        getMessage(kLoggerInterface, id)->postFrame(test::frameOf(data, 0, id), time);
     }
-
-    test::TestStore store;
 };
 
-TEST_F(LoggerMessageTest, unpacksPositions) {
+TEST(LoggerMessageTest, decodesItsFixedLayouts) {
     struct Case {
-        std::uint32_t packed;
-        double degrees;
+        std::uint32_t id;
+        std::uint64_t data;
+        std::map<std::string, double> values;
     };
     const Case cases[] = {
-        {591234567, 59 + 1234567 / 6000000.0},
-        {0, 0},
-        {9999999, 9999999 / 6000000.0},
-        {0x7FFFFFFF, -1 / 6000000.0},       // bit 30 is the sign
-        {0x7FFFFFFF - 10'000'000 + 1, -1},  // -10000000
-        {1'800'000'000 & 0x3FFFFFFF, 72 + 6258176 / 6000000.0},
+        {10,
+         591234567ULL << 32 | 0x80000000U | 591234567U,
+         {{"GPS_POS.lat", 59 + 1234567 / 6000000.0},
+          {"GPS_POS.N_S", 1},
+          {"GPS_POS.long", 59 + 1234567 / 6000000.0},
+          {"GPS_POS.E_W", 0}}},
+        {10,
+         0x80000000ULL << 32 | 9999999,
+         {{"GPS_POS.lat", 9999999 / 6000000.0},
+          {"GPS_POS.N_S", 0},
+          {"GPS_POS.long", 0},
+          {"GPS_POS.E_W", 1}}},
+        // Bit 30 is the sign: -1 and -10000000.
+        {10,
+         0xFFFFFFFFULL << 32 | (0x7FFFFFFF - 10'000'000 + 1),
+         {{"GPS_POS.lat", -1},
+          {"GPS_POS.N_S", 0},
+          {"GPS_POS.long", -1 / 6000000.0},
+          {"GPS_POS.E_W", 1}}},
+        {11,
+         0x0E10'FFFF'0000'3039,
+         {{"GPS_MOT.alt", 1234.5}, {"GPS_MOT.speed", 655.35}, {"GPS_MOT.bearing", 360}}},
+        {12,
+         0xFFFF'FE0B'0102'0304,  // of the byte of `fix` only the lowest bit counts
+         {{"GPS_STAT.hacc", 0x0304},
+          {"GPS_STAT.vacc", 0x0102},
+          {"GPS_STAT.sats", 11},
+          {"GPS_STAT.fix", 0}}},
     };
+    LoggerStore store;
     std::uint64_t time = 0;
     for (const Case& c : cases) {
-        const std::uint32_t south = time % 2 == 0 ? 0x80000000U : 0;
-        post(10, ++time, std::uint64_t{c.packed} << 32 | (c.packed | south));
-        EXPECT_DOUBLE_EQ(lastOf("GPS_POS.lat"), c.degrees) << c.packed;
-        EXPECT_DOUBLE_EQ(lastOf("GPS_POS.long"), c.degrees) << c.packed;
-        EXPECT_EQ(lastOf("GPS_POS.N_S"), south == 0 ? 0.0 : 1.0);
-        EXPECT_EQ(lastOf("GPS_POS.E_W"), 0.0);
-        EXPECT_EQ(signal("GPS_POS.lat")->samples().back().time, time);
+        store.post(c.id, ++time, c.data);
+        for (const auto& [name, value] : c.values) {
+            const Sample last = samplesOf(*store.signal(name)).back();
+            EXPECT_DOUBLE_EQ(last.value, value) << name << " of " << c.data;
+        }
     }
-    EXPECT_EQ(signal("GPS_POS.lat")->decimals, 7);
-    EXPECT_EQ(signal("GPS_POS.long")->unit, "°");
+    EXPECT_EQ(store.signal("GPS_POS.lat")->samples().back().time, 3U);
+    EXPECT_EQ(store.signal("GPS_POS.lat")->decimals, 7);
+    EXPECT_EQ(store.signal("GPS_POS.long")->unit, "°");
 }
 
-TEST_F(LoggerMessageTest, decodesMotionAndReception) {
-    post(11, 5, 0x0E10'FFFF'0000'3039);
-    EXPECT_DOUBLE_EQ(lastOf("GPS_MOT.alt"), 1234.5);
-    EXPECT_DOUBLE_EQ(lastOf("GPS_MOT.speed"), 655.35);
-    EXPECT_DOUBLE_EQ(lastOf("GPS_MOT.bearing"), 360.0);
-    post(12, 6, 0xFFFF'FE0B'0102'0304);
-    EXPECT_EQ(lastOf("GPS_STAT.hacc"), 0x0304);
-    EXPECT_EQ(lastOf("GPS_STAT.vacc"), 0x0102);
-    EXPECT_EQ(lastOf("GPS_STAT.sats"), 11.0);
-    EXPECT_EQ(lastOf("GPS_STAT.fix"), 0.0) << "only the lowest bit of its byte";
-    EXPECT_EQ(store.findInterfaceByNumber(255)->findById(13), nullptr);
-}
-
-TEST_F(LoggerMessageTest, decodesRunsAsItDecodesFrames) {
-    test::TestStore other;
-    addLoggerInterface(other);
-    const auto twin = std::static_pointer_cast<LoggerMessage>(other.getMessage(255, 10));
+TEST(LoggerMessageTest, decodesRunsAsItDecodesFrames) {
+    LoggerStore store;
+    LoggerStore other;
+    for (LoggerStore* each : {&store, &other}) {
+        each->signal("GPS_POS.lat")->setSelected(true);
+        each->getMessage(kLoggerInterface, 10)->rateSignal->addUser(nullptr);
+    }
     test::Randomness random;
     SCOPED_TRACE(random.trace());
-    std::vector<StoredFrame> run;
-    std::uint64_t time = 0;
-    std::uint64_t data = 0;
-    signal("GPS_POS.lat")->setSelected(true);
-    other.getSignal("Logger.GPS_POS.lat")->setSelected(true);
-    for (const auto& message : {store.getMessage(255, 10), other.getMessage(255, 10)})
-        message->rateSignal->addUser(nullptr);
-    for (int i = 0; i < 1300; ++i) {
-        constexpr std::array<std::uint32_t, 4> kSteps = {0, 1000, 9000, 10001};
-        time += kSteps[random.below(4)];
-        if (random.below(3) == 0) data = random.bits();
-        run.emplace_back(time, 8, data);
-        post(10, 777 + time, data);
-    }
+    const std::vector<StoredFrame> run = test::randomRun(random, 1300);
+    for (const StoredFrame& frame : run)
+        store.post(10, 777 + frame.time(), frame.data());
+    const auto twin =
+        std::static_pointer_cast<LoggerMessage>(other.getMessage(kLoggerInterface, 10));
     twin->handleRun(run, 777);
-    const auto message = store.getMessage(255, 10);
-    ASSERT_EQ(message->signals.size(), 5U);
-    for (std::size_t i = 0; i < message->signals.size(); ++i) {
-        const SampleArray& one = message->signals[i]->samples();
-        const SampleArray& two = twin->signals[i]->samples();
-        ASSERT_FALSE(one.empty());
-        EXPECT_TRUE(std::equal(one.begin(), one.end(), two.begin(), two.end())) << i;
+    const auto& signals = store.getMessage(kLoggerInterface, 10)->signals;
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+        ASSERT_FALSE(signals[i]->samples().empty());
+        EXPECT_TRUE(samplesOf(*signals[i]) == samplesOf(*twin->signals[i])) << signals[i]->name;
     }
 }
 
 // All signals are filled with the first wanted one; a later pass for the rate leaves them alone.
-TEST_F(LoggerMessageTest, doesNotRunTimeBackInALaterParse) {
-    const auto message = store.getMessage(255, 12);
-    signal("GPS_STAT.sats")->setSelected(true);
-    post(12, 100'000, 0);
-    post(12, 200'000, 1);
+TEST(LoggerMessageTest, doesNotRunTimeBackInALaterParse) {
+    LoggerStore store;
+    const auto message = store.getMessage(kLoggerInterface, 12);
+    const auto accuracy = store.signal("GPS_STAT.hacc");
+    store.signal("GPS_STAT.sats")->setSelected(true);
+    const auto parse = [&] {
+        store.post(12, 100'000, 0);
+        store.post(12, 200'000, 1);
+    };
+    parse();
     message->finish();
-    const std::size_t stored = signal("GPS_STAT.hacc")->samples().size();
-    EXPECT_EQ(stored, 3U);
-    EXPECT_TRUE(signal("GPS_STAT.hacc")->parsed);
+    const auto stored = samplesOf(*accuracy);
+    EXPECT_EQ(stored.size(), 3U);
+    EXPECT_TRUE(accuracy->parsed);
     message->rateSignal->addUser(nullptr);
     EXPECT_TRUE(message->rateSignal->needsParse);
-    post(12, 100'000, 0);
-    post(12, 200'000, 1);
-    EXPECT_EQ(signal("GPS_STAT.hacc")->samples().size(), stored);
+    parse();
+    EXPECT_EQ(samplesOf(*accuracy), stored);
     EXPECT_FALSE(message->rateSignal->samples().empty());
 }
 

@@ -4,8 +4,8 @@
 
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+
+#include "support/Files.h"
 
 namespace trelis::sim::testing {
 
@@ -20,14 +20,9 @@ Number numberAt(const char* bytes) {  // the tests run on little-endian machines
 
 }  // namespace
 
-std::string readBytes(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 LogFile readLog(const std::filesystem::path& path) {
     LogFile log;
-    const std::string bytes = readBytes(path);
+    const std::string bytes = test::contentOf(path);
     std::size_t at = bytes.find('\n') + 1;
     log.head = bytes.substr(0, at - 1);
     if (bytes.compare(at, 9, "LOGSTART\n") != 0) return log;

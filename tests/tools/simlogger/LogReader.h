@@ -22,7 +22,6 @@ struct LogFile {
     bool sound = false;           ///< all of the file could be read
 };
 
-std::string readBytes(const std::filesystem::path& path);
 LogFile readLog(const std::filesystem::path& path);
 
 }  // namespace trelis::sim::testing

@@ -1,7 +1,6 @@
 #include "simlogger/Recording.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,25 +8,19 @@
 #include <set>
 
 #include "simlogger/Presets.h"
+#include "support/Files.h"
 #include "tools/simlogger/LogReader.h"
 
 namespace trelis::sim {
 namespace {
 
+using test::contentOf;
 using testing::LogFile;
-using testing::readBytes;
 using testing::readLog;
 namespace fs = std::filesystem;
 
 class RecordingTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "simlogger-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        directory_ = name;
-    }
-    void TearDown() override { fs::remove_all(directory_); }
-
     std::vector<LogFile> record(const std::string& preset) {
         const RecordingSummary summary =
             writeRecording(parseScenario(presetText(preset).value()), directory_ / preset);
@@ -37,7 +30,7 @@ class RecordingTest : public ::testing::Test {
         return logs;
     }
 
-    fs::path directory_;
+    test::Folder directory_;
 };
 
 std::int64_t startOf(const LogFile& log) {
@@ -59,8 +52,8 @@ TEST_F(RecordingTest, SampleIsWhatTheProgramWrites) {
     for (const auto& entry : fs::directory_iterator(directory_ / "drive")) {
         written.insert(entry.path().filename());
         // Not EXPECT_EQ, which would print the whole files.
-        EXPECT_TRUE(readBytes(entry.path()) ==
-                    readBytes(fs::path(SIGMIRA_TEMPLATES) / entry.path().filename()))
+        EXPECT_TRUE(contentOf(entry.path()) ==
+                    contentOf(fs::path(SIGMIRA_TEMPLATES) / entry.path().filename()))
             << entry.path().filename() << " differs; scripts/make-sample writes it anew";
     }
     EXPECT_EQ(written, committed);
@@ -95,7 +88,7 @@ TEST_F(RecordingTest, ContinuedClockAgreesWithTheStartOfEachFile) {
     Scenario scenario = parseScenario(presetText("apart").value());
     setRecordingKey(scenario.recording, "clockmode", "continue");
     setRecordingKey(scenario.recording, "clock", "5000");
-    const RecordingSummary summary = writeRecording(scenario, directory_);
+    const RecordingSummary summary = writeRecording(scenario, directory_.path());
     const std::int64_t begins = startOf(readLog(directory_ / summary.files[0]));
     for (const std::string& name : summary.files) {
         const LogFile log = readLog(directory_ / name);
@@ -169,7 +162,7 @@ TEST_F(RecordingTest, BenchWritesTheFramesItWasAskedFor) {
     Scenario scenario = benchScenario(options);
     setRecordingKey(scenario.recording, "files", "2");
     setRecordingKey(scenario.recording, "frames", "2500");
-    const RecordingSummary summary = writeRecording(scenario, directory_);
+    const RecordingSummary summary = writeRecording(scenario, directory_.path());
     EXPECT_EQ(summary.frames, 5000U);
     for (const std::string& name : summary.files) {
         const LogFile log = readLog(directory_ / name);
