@@ -15,8 +15,6 @@ using test::stored;
 using test::TestModel;
 using Samples = std::vector<std::pair<std::uint64_t, double>>;
 
-const std::string kSum = "method=sum\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nstep=100\n";
-
 // Notes every step: its time and what the inputs hold.
 class Recorder : public CustomSignal {
   public:
@@ -226,12 +224,51 @@ TEST(StepLoopTest, computesTheSameLive) {
     }
 }
 
-TEST(StepLoopTest, takesAbsoluteInputs) {
+// An excursion across a gap is written out step by step; the storage keeps what it would keep of
+// those steps, and years take no longer than days.
+TEST(EstimateTest, writesLongExcursionsAsIfStepByStep) {
+    for (const std::uint32_t step : {1U, 7U, 100U, 9999U, 10001U, 30000U}) {
+        TestModel model;
+        const auto input = model.input("a");
+        for (const auto& [time, value] :
+             Samples{{0, 0}, {50, 9}, {123'456, 9}, {163'456, 0}, {203'456, 1}})
+            input->addSample(kStart + time, value);
+        const auto signal = model.compute(
+            test::linesOf("estimate a highLimit=5 lowLimit=1 fact=2 step=" + std::to_string(step)));
+
+        // The same steps one by one into a signal that is not computed.
+        PlainLoop loop({{input->samples().begin(), input->samples().end()}}, step);
+        loop.run();
+        Signal plain(model.virtualMessage, "plain");
+        std::optional<std::uint64_t> highStart;
+        double sum = 0;
+        int count = 0;
+        for (std::size_t i = 0; i < loop.steps.size(); ++i) {
+            const std::uint64_t time = kStart + loop.steps[i];
+            if (!highStart) {
+                sum = count = 0;
+                if (loop.held[i] > 5)
+                    highStart = time;
+                else
+                    plain.addSample(time, 0);
+                continue;
+            }
+            sum += loop.held[i];
+            ++count;
+            if (loop.held[i] >= 1) continue;
+            for (std::uint64_t t = *highStart; t < time; t += step)
+                plain.addSample(t, sum / count * 2);
+            highStart.reset();
+        }
+        plain.flushSamples();
+        EXPECT_EQ(stored(*signal), stored(plain)) << step;
+    }
     TestModel model;
-    model.feedSteps("a", {-1, 2});
-    model.feedSteps("b", {1, -3});
-    EXPECT_EQ(test::valuesAtSteps(*model.compute(kSum + "absInput=true"), 2),
-              (std::vector<double>{2, 5}));
+    const std::uint64_t years = 86'400'000ULL * 365 * 100'000;
+    model.feed("a", {{0, 0}, {50, 9}, {years, 0}, {years + 50, 0}});
+    const auto signal = model.compute(test::linesOf("estimate a highLimit=5 lowLimit=1 step=1"));
+    EXPECT_LT(signal->samples().size(), 20U);
+    EXPECT_EQ(TestModel::messages().size(), 1U);
 }
 
 }  // namespace
