@@ -3,8 +3,6 @@
 #include <array>
 #include <stdexcept>
 
-#include "virtual/MethodExamples.h"
-
 namespace trelis {
 namespace {
 
@@ -116,17 +114,22 @@ constexpr std::array kGeofenceKeys = {
     mandatory("center", kPoint, "circle: centre", "degrees"),
     mandatory("radius", kInteger, "circle: radius", "m")};
 
+// A definition file with an example a method: groups with their comments, up to an empty line.
+constexpr std::string_view kExamples =
+#include "virtual/MethodExamples.inc"
+    ;
+
 // A method without an example does not compile.
 consteval std::string_view exampleOf(std::string_view name) {
     constexpr std::string_view kLine = "\nmethod=";
-    for (std::size_t at = kMethodExamples.find(kLine); at != std::string_view::npos;
-         at = kMethodExamples.find(kLine, at + 1)) {
-        const auto value = kMethodExamples.substr(at + kLine.size());
+    for (std::size_t at = kExamples.find(kLine); at != std::string_view::npos;
+         at = kExamples.find(kLine, at + 1)) {
+        const auto value = kExamples.substr(at + kLine.size());
         if (!value.starts_with(name) || value[name.size()] != '\n') continue;
-        const std::size_t before = kMethodExamples.rfind("\n\n", at);
+        const std::size_t before = kExamples.rfind("\n\n", at);
         const std::size_t begin = before == std::string_view::npos ? 1 : before + 2;
-        const std::size_t end = kMethodExamples.find("\n\n", at);
-        return kMethodExamples.substr(begin, end == std::string_view::npos ? end : end + 1 - begin);
+        const std::size_t end = kExamples.find("\n\n", at);
+        return kExamples.substr(begin, end == std::string_view::npos ? end : end + 1 - begin);
     }
     throw std::logic_error("no example");
 }
