@@ -57,6 +57,15 @@ TEST(FactoryTest, tellsWhatIsWrong) {
              {"lookuptable s file=none.txt", "/nowhere/none.txt can't be read."},
              {"lookuptable s file=/dev/zero", "/dev/zero can't be read."},
              {"lookuptable s file=/tmp", "/tmp can't be read."},
+             {"geofence", "Mandatory Geofence attribute missing: 'type'"},
+             {"geofence type=round",
+              "Geofence attribute 'type' must be 'square' or 'circle', not 'round'"},
+             {"geofence type=square", "Missing value 'topleft'"},
+             {"geofence type=square topleft=1;2", "Missing value 'bottomright'"},
+             {"geofence type=square topleft=1;2;3",
+              "Expected 'topleft' to be two (2) doubles seperated by a semicolon (;)"},
+             {"geofence type=circle", "Missing value 'center'"},
+             {"geofence type=circle center=1;2", "Missing value 'radius'"},
              {"expression s expr=max(", "Expression has mismatched parentheses"},
              {"expression s expr=-$01", "told: Could not convert - to a number"},
              {"expression s expr=$1+1",
@@ -68,6 +77,8 @@ TEST(FactoryTest, tellsWhatIsWrong) {
          }) {
         TestModel model;
         model.input("s");
+        for (const char* name : {"lat", "N_S", "long", "E_W"})
+            model.input(name, "Logger", "GPS_POS");
         EXPECT_EQ(model.failure(linesOf(group)), text) << group;
         if (text == "made") continue;
         EXPECT_TRUE(virtualRegistry(model).allVirtualSignals.empty()) << group;
@@ -77,11 +88,13 @@ TEST(FactoryTest, tellsWhatIsWrong) {
     for (const char* lines : {"step=1\nsignal=Can.In.s", "method=IIR\nsignal=Can.In.s",
                               "method=IIR\nsignal=Can.In.s\nstep=fast",
                               "method=count\nstep=1\nsignal=Can.In.s\nabove=1",
+                              "method=geofence\ntype=circle\ncenter=1;2\nradius=1",
+                              "method=geofence\nstep=1\ntype=circle\ncenter=1;2\nradius=1.5",
                               "method=slope\nstep=1\nsignal=Can.In.s\nposSlopeIncr=1",
                               "method=sum\nstep=1\nsignal_01=Can.In.s\navgWindow=wide",
                               "method=expression\nstep=1\nsignal_01=Can.In.s"}) {
         TestModel model;
-        model.input("s");
+        model.makeInputs = true;
         EXPECT_EQ(model.failure(lines).substr(0, 5), "Glib:") << lines;
     }
 }

@@ -29,7 +29,6 @@ std::vector<std::string> exampleLines(const MethodHelp& method) {
 }
 
 std::string failureOf(const std::vector<std::string>& lines) {
-    const auto vsd = std::filesystem::temp_directory_path() / "help.vsd";
     TestModel model;
     model.makeInputs = true;
     // "Virt" references of examples need somebody to refer to.
