@@ -90,15 +90,8 @@ class CustomSignal : public VirtualSignal {
     bool readInputs(NextSamples& times);
 };
 
-// A step is too long for the processor to see the next samples coming, so it is told of them early
-// enough. An address behind the end does no harm.
-inline void prefetchBehind(const Sample* sample) {
-    constexpr std::uintptr_t kBytesAhead = 512;
-    __builtin_prefetch(
-        reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(sample) + kBytesAhead));
-}
-
 inline bool CustomSignal::readInputs(NextSamples& times) {
+    constexpr std::ptrdiff_t kSamplesAhead = 32;
     const std::uint64_t now = curTime;
     times = {std::numeric_limits<std::uint64_t>::max(), 0};
     bool ranOut = false;
@@ -110,7 +103,8 @@ inline bool CustomSignal::readInputs(NextSamples& times) {
             do {
                 ++next;
             } while (next != end && next->time <= now);
-            prefetchBehind(next);
+            // A step is too long for the processor to see its next samples coming.
+            __builtin_prefetch(next + std::min(end - next, kSamplesAhead));
             input.heldValue = absInput ? std::fabs(next[-1].value) : next[-1].value;
             input.next = next;
         }

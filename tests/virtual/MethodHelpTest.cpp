@@ -79,6 +79,16 @@ TEST(MethodHelpTest, examplesMakeSignals) {
     EXPECT_EQ(names.size(), 36U);
 }
 
+// Formulas, totals, filters, calculations, choices, positions.
+TEST(MethodHelpTest, goesFromFormulasToPositions) {
+    std::string order;
+    for (const MethodHelp& method : methodKeys())
+        for (const char* first :
+             {"expression", "integrate", "average", "sum", "multiplex", "geofence"})
+            if (method.method == first) order += std::string(first) + " ";
+    EXPECT_EQ(order, "expression integrate average sum multiplex geofence ");
+}
+
 // What the table calls a flag or a number is read as one.
 TEST(MethodHelpTest, kindsAreThoseThatAreRead) {
     for (const MethodHelp& method : methodKeys()) {
