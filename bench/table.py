@@ -8,6 +8,7 @@ machine that is busy for a while slows both sides down alike. One round before i
 import argparse
 import glob
 import hashlib
+import json
 import os
 import re
 import statistics
@@ -160,15 +161,53 @@ class Bench:
         self.table.row("messages wanted x 10, equal frames", median(ratios(many, few)), "x", 1.15, 1.15,
                        f"floor {median(ratios(floor_many, floor_few)):.2f}x")
 
+    def sample(self):
+        return sorted(glob.glob(os.path.join(self.options.sample, "drive*.bin")))
+
     def start(self):
-        sample = sorted(glob.glob(os.path.join(self.options.sample, "drive*.bin")))
         (runs,) = self.in_turn(self.sigmira("-q", "-f", os.path.join(self.options.sample, "drive.vsd"), "-s",
-                                            "Virt.Trip.*", files=sample))
+                                            "Virt.Trip.*", files=self.sample()))
         self.table.row("the sample from start to end, best round", min(r.wall for r in runs) * 1000, " ms", 50, 50,
                        f"wall; {median(r.cpu for r in runs) * 1000:.0f} ms CPU")
 
+    def virtual(self):
+        """Methods against loops written by hand over the same samples; then ten thousand signals."""
+        result = subprocess.run([self.options.virtual, "--benchmark_format=json",
+                                 "--benchmark_enable_random_interleaving"], stdout=subprocess.PIPE, check=True).stdout
+        # The fastest of the rounds: other work on the machine can only make one longer.
+        fastest = {run["run_name"].partition("/min_time")[0]: run["cpu_time"] for run in json.loads(result)["benchmarks"]
+                   if run["aggregate_name"] == "min"}
+        for work, name, bar in (("`max` of two inputs", "max of two", 3), ("`IIR`", "IIR", 3),
+                                ("`expression`, five operators and three inputs", "expression", 4),
+                                ("`average`", "average", 3)):
+            method, by_hand = fastest[f"{name}/method"], fastest[f"{name}/by hand"]
+            self.table.row(work, method / by_hand, "x", bar, bar,
+                           f"{method:.1f} against {by_hand:.1f} ms CPU a million samples")
+        self.table.row("10,000 virtual signals, each of the one before: made and computed",
+                       fastest["10000 signals"], " ms", 1000, 1000, "CPU, in a small model")
+        with tempfile.TemporaryDirectory(dir=self.home) as folder:
+            many = os.path.join(folder, "many.vsd")
+            self.write_many(many)
+            (runs,) = self.in_turn(self.sigmira("-q", "-f", many, "-s", "Virt.Many.v9999", files=self.sample()))
+        self.table.row("10,000 virtual signals over the sample, from start to end, best round",
+                       min(r.wall for r in runs) * 1000, " ms", 1000, 1000,
+                       f"wall; {median(r.cpu for r in runs) * 1000:.0f} ms CPU")
+
+    def write_many(self, path):
+        """Ten thousand sums in chains of a hundred."""
+        dbc = os.path.abspath(os.path.join(self.options.sample, "drive_powertrain.dbc"))
+        with open(path, "w") as file:
+            file.write(f"[settings]\nifname_0=Powertrain\ndbcfile_0={dbc}\n")
+            for number in range(9999, -1, -1):  # each stands ahead of what it refers to
+                inputs = ["Powertrain.EngineData.EngineSpeed"]
+                if number % 100:
+                    inputs.append(f"Virt.Many.v{number - 1}")
+                file.write(f"[Many.v{number}]\nmethod=sum\nstep=1000\n")
+                file.writelines(f"signal_{i:02d}={name}\n" for i, name in enumerate(inputs, 1))
+
     def run(self):
-        parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "start": self.start}
+        parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "start": self.start,
+                 "virtual": self.virtual}
         print(f"{len(self.files)} files of {self.options.frames} frames, medians of {self.options.rounds} rounds. "
               f"Load of the machine at the start: {os.getloadavg()[0]:.1f}.\n")
         self.table = Table()
@@ -181,11 +220,12 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--sigmira", required=True, help="the program to measure")
     parser.add_argument("--floors", required=True, help="directory of the floor programs")
+    parser.add_argument("--virtual", required=True, help="the program bench-virtual")
     parser.add_argument("--data", required=True, help="directory of the recording")
     parser.add_argument("--sample", required=True, help="directory of the bundled sample")
     parser.add_argument("--frames", type=int, required=True, help="frames a file")
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--only", action="append", choices=["printing", "decoding", "growth", "start"])
+    parser.add_argument("--only", action="append", choices=["printing", "decoding", "growth", "start", "virtual"])
     options = parser.parse_args()
     options.data = os.path.abspath(options.data)
     with tempfile.TemporaryDirectory(prefix="home-", dir=os.path.dirname(options.data)) as home:

@@ -91,6 +91,7 @@ class CustomSignal : public VirtualSignal {
 };
 
 inline bool CustomSignal::readInputs(NextSamples& times) {
+    constexpr std::ptrdiff_t kSamplesAhead = 32;
     const std::uint64_t now = curTime;
     times = {std::numeric_limits<std::uint64_t>::max(), 0};
     bool ranOut = false;
@@ -102,6 +103,8 @@ inline bool CustomSignal::readInputs(NextSamples& times) {
             do {
                 ++next;
             } while (next != end && next->time <= now);
+            // A step is too long for the processor to see its next samples coming.
+            __builtin_prefetch(next + std::min(end - next, kSamplesAhead));
             input.heldValue = absInput ? std::fabs(next[-1].value) : next[-1].value;
             input.next = next;
         }

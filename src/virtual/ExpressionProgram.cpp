@@ -41,7 +41,7 @@ void ExpressionProgram::addFunction(std::int32_t id) {
 
 ExpressionProgram::Block::Block(const ExpressionProgram& program) : program_(program) {
     constexpr std::size_t kMostSteps = 256;
-    constexpr std::size_t kUsualValues = 64 * 1024;
+    constexpr std::size_t kUsualValues = 65536;
     const std::size_t columns = program.inputs_.size() + program.numbers_.size() + program.deepest_;
     capacity_ = std::clamp<std::size_t>(kUsualValues / columns, 1, kMostSteps);
     values_.resize(columns * capacity_);

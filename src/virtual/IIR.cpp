@@ -6,14 +6,15 @@ namespace trelis {
 
 IIR::IIR(const std::shared_ptr<Message>& owner, const std::string& group,
          const Glib::KeyFile& keyFile)
-    : SteppedSignal(owner, group, keyFile), k_(readNumber(keyFile, group, "K", 1000.0)) {
+    : SteppedSignal(owner, group, keyFile),
+      share_(1.0 / readNumber(keyFile, group, "K", 1000.0)),
+      rest_(1.0 - share_) {
     addSingleInput(keyFile, group);
 }
 
 void IIR::calculateStep() {
     const double value = inputs.front().heldValue;
-    const double share = 1.0 / k_;
-    lastOutput_ = first_ ? value : value * share + (1.0 - share) * lastOutput_;
+    lastOutput_ = first_ ? value : value * share_ + rest_ * lastOutput_;
     first_ = false;
     output(curTime, lastOutput_);
 }

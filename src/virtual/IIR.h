@@ -15,7 +15,8 @@ class IIR final : public SteppedSignal<IIR> {
     void calculateStep() override;
 
   private:
-    double k_;
+    double share_;  ///< of the input in an output: 1 / K
+    double rest_;
     double lastOutput_ = 0.0;  ///< before factor and offset
     bool first_ = true;
 };

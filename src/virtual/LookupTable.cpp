@@ -29,7 +29,7 @@ std::string readWhole(const std::filesystem::path& path) {
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
     if (!file) throw std::invalid_argument(unreadable);
     std::string text;
-    constexpr std::size_t kChunk = 64 * 1024;
+    constexpr std::size_t kChunk = 65536;
     for (;;) {
         const std::size_t before = text.size();
         text.resize(before + kChunk);

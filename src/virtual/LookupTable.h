@@ -21,7 +21,7 @@ class LookupTable final : public SteppedSignal<LookupTable> {
     void calculateStep() override;
 
     /// Larger files are refused; they would fill the memory.
-    static constexpr std::uintmax_t kLargestFile = 64U * 1024 * 1024;
+    static constexpr std::uintmax_t kLargestFile = std::uintmax_t{64} * 1024 * 1024;
 
   private:
     std::vector<double> keys_;

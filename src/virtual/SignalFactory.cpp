@@ -107,7 +107,7 @@ std::shared_ptr<VirtualSignal> createSignal(const std::shared_ptr<VirtualMessage
         throw std::invalid_argument("Message '" + message->name +
                                     "' already has a signal with name " + name);
     const Maker make = findMaker(keyFile.get_string(group, "method"));
-    const auto signal = make({message, group, keyFile, vsdFile});
+    auto signal = make({message, group, keyFile, vsdFile});
     signal->vsdFile = vsdFile;
     signal->vsdGroup = group;
     if (const int window = smoothingWindow(keyFile, group); window != 0)

@@ -1,5 +1,6 @@
 // Prints what the program knows about methods and their keys, a key a line with tabs between the
-// fields, for the check of the help pages. The options of all methods stand under "common_options".
+// fields, for the check of the help pages. The options of all methods stand under "common_options",
+// the keys of the group of that name under "settings".
 #include <iostream>
 #include <span>
 
@@ -25,5 +26,6 @@ int main() {
     for (const trelis::MethodHelp& method : trelis::methodKeys())
         print(method.method, method.keys);
     print("common_options", trelis::commonKeys());
+    print("settings", trelis::settingsKeys());
     return std::cout.flush() ? 0 : 1;
 }

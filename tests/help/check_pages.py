@@ -7,7 +7,8 @@ Usage: check_pages.py <help folder> <templates folder> <print_methods> <sigmira>
 - every method has a page, and the table of keys there agrees with the program's own;
 - definitions shown on a page are those of the sample's definition file, word by word;
 - a command shown with its output ("$ sigmira ...") prints just that;
-- the manual page of the definition file names every method and every key.
+- the manual page of the definition file names every method and every key, and tells the same keys of
+  the group [settings] as the program.
 """
 import html.parser
 import os
@@ -107,6 +108,8 @@ def check_keys(pages, root, table):
     rows_of, methods_of = {}, {}
     for line in table.splitlines():
         fields = line.split("\t")
+        if fields[0] == "settings":  # the manual page tells them
+            continue
         page = pages.get(root / f"method_{fields[0].lower()}" / "index.html")
         if page is None:
             yield None, f"no page for {fields[0]}"
@@ -163,9 +166,19 @@ def check_manual(manual, table):
     words = set(re.findall(r"\w+", manual.replace("\\-", "-")))
     for line in table.splitlines():
         method, key, alternative = line.split("\t")[:3]
+        key = key.removesuffix("N")  # the number of an interface is set apart
         for word in filter(None, (method, key, alternative)):
             if word not in words and word != "common_options":
                 yield None, f"vsd(5) does not name {word}"
+
+
+def check_settings(manual, table):
+    section = manual.partition(".SH SETTINGS\n")[2].partition("\n.SH ")[0]
+    told = set(re.findall(r"^\.TP\n\.BI? (\S+)", section, re.M))
+    known = {line.split("\t")[1].removesuffix("N") for line in table.splitlines()
+             if line.startswith("settings\t")}
+    for key in told ^ known:
+        yield None, f"[settings] {key}: only {'vsd(5)' if key in told else 'the program'} tells it"
 
 
 def check_pictures(root):
@@ -186,7 +199,9 @@ def main():
     faults += check_keys(pages, root, table)
     faults += check_definitions(pages, (templates / "drive.vsd").read_text(encoding="utf-8"))
     faults += check_commands(pages, templates, os.path.abspath(sys.argv[4]))
-    faults += check_manual(pathlib.Path(sys.argv[5]).read_text(encoding="utf-8"), table)
+    manual = pathlib.Path(sys.argv[5]).read_text(encoding="utf-8")
+    faults += check_manual(manual, table)
+    faults += check_settings(manual, table)
     faults += check_pictures(root)
     for page, fault in faults:
         print(f"{page.path.relative_to(root)}: {fault}" if page else fault)

@@ -31,8 +31,7 @@ TEST_P(AllocationTest, doesNotAllocatePerStep) {
     const auto table =
         std::filesystem::temp_directory_path() / ("table" + std::to_string(::getpid()) + ".txt");
     std::ofstream(table) << "0 0 1\n0 9 2\n9 0 3\n9 9 4\n";
-    const auto signal = model.make(std::string("step=10\nfile=") + table.string() +
-                                   "\nsignal_01=Can.In.a\n" + GetParam());
+    const auto signal = model.make(test::linesOf(GetParam() + (" step=10 file=" + table.string())));
     std::filesystem::remove(table);
     for (int i = 0; i < kSteps; ++i)
         for (const char* name : {"a", "b", "lat", "N_S", "long", "E_W"}) {
@@ -49,22 +48,18 @@ TEST_P(AllocationTest, doesNotAllocatePerStep) {
 
 INSTANTIATE_TEST_SUITE_P(
     Methods, AllocationTest,
-    testing::Values("method=average\nwindow=5000", "method=integrate\nresetSig=Can.In.b",
-                    "method=slope\nposSlopeIncr=9\nposSlopeDecr=9\nnegSlopeIncr=9\nnegSlopeDecr=9",
-                    "method=count\nabove=5\nbelow=3\nresetSig=Can.In.b",
-                    "method=time\nabove=5\nbelow=3", "method=accumulate",
-                    "method=frequency\nsamples=50", "method=frequency\namplitude=true",
-                    "method=estimate\nhighLimit=5\nlowLimit=3", "method=IIR",
-                    "method=statistics\ntype=avg", "method=above\nabove=5\nbelow=3",
-                    "method=below\nabove=5\nbelow=3",
-                    "method=multiplex\ntrigSign_01=Can.In.b\ntrigVal_01=3",
-                    "method=equals\nvalue_01=3", "method=sum\nsignal_02=Can.In.b\navgWindow=300",
-                    "method=max\nsignal_02=Can.In.b\nfillEmpty=true", "method=sin", "method=der",
-                    "method=fmod\ndenom=3", "method=lookuptable\nsignal_02=Can.In.b",
-                    "method=geofence\ntype=circle\ncenter=3;3\nradius=100000",
-                    "method=geofence\ntype=square\ntopleft=5;3\nbottomright=3;5",
-                    "method=expression\nsignal_02=Can.In.b\n"
-                    "expr=max(($01+1),$02)*sin($01)^2-($02<3&&$01>2)"));
+    testing::Values("average a window=5000", "integrate a resetSig=Can.In.b",
+                    "slope a posSlopeIncr=9 posSlopeDecr=9 negSlopeIncr=9 negSlopeDecr=9",
+                    "count a above=5 below=3 resetSig=Can.In.b", "time a above=5 below=3",
+                    "accumulate a", "frequency a samples=50", "frequency a amplitude=true",
+                    "estimate a highLimit=5 lowLimit=3", "IIR a", "statistics a type=avg",
+                    "above a above=5 below=3", "below a above=5 below=3",
+                    "multiplex a trigSign_01=Can.In.b trigVal_01=3", "equals a value_01=3",
+                    "sum a,b avgWindow=300", "max a,b fillEmpty=true", "sin a", "der a",
+                    "fmod a denom=3", "lookuptable a,b",
+                    "geofence type=circle center=3;3 radius=100000",
+                    "geofence type=square topleft=5;3 bottomright=3;5",
+                    "expression a,b expr=max(($01+1),$02)*sin($01)^2-($02<3&&$01>2)"));
 
 TEST(AllocationCountTest, countsAtAll) {
     std::vector<std::string> texts;

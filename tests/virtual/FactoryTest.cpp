@@ -9,79 +9,94 @@ namespace trelis {
 namespace {
 
 using test::kStart;
-using test::stored;
+using test::linesOf;
 using test::TestModel;
 using test::valuesAtSteps;
 using Samples = std::vector<std::pair<std::uint64_t, double>>;
 
-const std::string kSum = "method=sum\nsignal_01=Can.In.s\nstep=100\n";
+const std::string kSum = linesOf("sum s");
 
-TEST(FactoryTest, tellsWhatIsMissing) {
+TEST(FactoryTest, tellsWhatIsWrong) {
     struct Case {
-        const char* lines;
-        const char* text;
+        const char* group;  // see linesOf
+        std::string text;
     };
-    const std::string abs =
-        "The 'abs' option has been removed, please replace it with 'absInput' or 'absOutput' "
-        "depending on if the absolute value should be taken on the input to the signal, or on the "
-        "output from the signal";
+    const std::string none = "At least one signal_XX= must be defined";
     const std::string count = "Input and value count for Equals signal must match";
-    for (const auto& [lines, text] : {
-             Case{"method=summ\nstep=1", "Unknown virtual signal method: summ"},
-             {"method=Sum\nstep=1", "Unknown virtual signal method: Sum"},
-             {"method=sum\nstep=1", "At least one signal_XX= must be defined"},
-             {"method=sum\nstep=1\nsignal=Can.In.s", "At least one signal_XX= must be defined"},
-             {"method=sum\nstep=1\nsignal_02=Can.In.s", "At least one signal_XX= must be defined"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.none", "Can't find signal with name none"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.s\nfact=0", "Factor can not be zero"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.s\nfact=nan", "Factor can not be zero"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.s\nfactor=0", "Factor can not be zero"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.s\nfact=1\nfactor=0", "made"},
-             {"method=sum\nstep=1\nsignal_01=Can.In.s\nabs=true", abs.c_str()},
-             {"method=IIR\nstep=1", "Missing signal_01"},
-             {"method=IIR\nstep=0\nsignal=Can.In.s",
-              "step must be at least 1 ms for virtual signal out, not 0"},
-             {"method=average\nwindow=9\nstep=-3\nsignal=Can.In.s",
-              "step must be at least 1 ms for virtual signal out, not -3"},
-             {"method=average\nwindow=50\nstep=100\nsignal=Can.In.s",
-              "step > window for virtual signal out"},
-             {"method=average\nwindow=100\nstep=100\nsignal=Can.In.s", "made"},
-             {"method=fmod\nstep=1\nsignal_01=Can.In.s", "Expected 'denom'"},
-             {"method=multiplex\nstep=1\nsignal=Can.In.s", "expected at least trigSignal_01"},
-             {"method=multiplex\nstep=1\nsignal=Can.In.s\ntrigSign_01=Can.In.s\ntrigSign_02=Can."
-              "In.s\ntrigVal_01=1",
+    const std::string badStep = "step must be at least 1 ms for virtual signal out, not ";
+    for (const auto& [group, text] : {
+             Case{"summ", "Unknown virtual signal method: summ"},
+             {"Sum", "Unknown virtual signal method: Sum"},
+             {"sum", none},
+             {"sum signal=Can.In.s", none},
+             {"sum signal_02=Can.In.s", none},
+             {"sum none", "Can't find signal with name none"},
+             {"sum s fact=0", "Factor can not be zero"},
+             {"sum s fact=nan", "Factor can not be zero"},
+             {"sum s factor=0", "Factor can not be zero"},
+             {"sum s fact=1 factor=0", "made"},
+             {"sum s abs=true",
+              "The 'abs' option has been removed, please replace it with 'absInput' or 'absOutput' "
+              "depending on if the absolute value should be taken on the input to the signal, or "
+              "on the output from the signal"},
+             {"IIR", "Missing signal_01"},
+             {"integrate", "Missing signal_01"},
+             {"integrate s resetSig=Can.In.none", "Can't find signal with name none"},
+             {"IIR s step=0", badStep + "0"},
+             {"average s window=9 step=-3", badStep + "-3"},
+             {"average s window=50", "step > window for virtual signal out"},
+             {"average s window=100", "made"},
+             {"sum s avgWindow=50", "step > window for virtual signal out"},
+             {"fmod s", "Expected 'denom'"},
+             {"multiplex s", "expected at least trigSignal_01"},
+             {"multiplex s trigSign_01=Can.In.s trigSign_02=Can.In.s trigVal_01=1",
               "expected trigVal_02"},
-             {"method=statistics\nstep=1\nsignal=Can.In.s\ntype=mean",
-              "Invalid statistics type 'mean'"},
-             {"method=equals\nstep=1\nsignal_01=Can.In.s", count.c_str()},
-             {"method=equals\nstep=1\nsignal_01=Can.In.s\nvalue_01=1\nvalue_02=1", count.c_str()},
-             {"method=lookuptable\nstep=1\nsignal_01=Can.In.s",
-              "Missing vector file path ('file') for Calc.out"},
-             {"method=lookuptable\nstep=1\nsignal_01=Can.In.s\nfile=none.txt",
-              "/nowhere/none.txt can't be read."},
-             {"method=lookuptable\nstep=1\nsignal_01=Can.In.s\nfile=/dev/zero",
-              "/dev/zero can't be read."},
-             {"method=lookuptable\nstep=1\nsignal_01=Can.In.s\nfile=/tmp", "/tmp can't be read."},
-             {"method=expression\nstep=1\nsignal_01=Can.In.s\nexpr=max(",
-              "Expression has mismatched parentheses"},
-             {"method=expression\nstep=1\nsignal_01=Can.In.s\nexpr=-$01",
-              "told: Could not convert - to a number"},
+             {"statistics s type=mean", "Invalid statistics type 'mean'"},
+             {"equals s", count},
+             {"equals s value_01=1 value_02=1", count},
+             {"lookuptable s", "Missing vector file path ('file') for Calc.out"},
+             {"lookuptable s file=none.txt", "/nowhere/none.txt can't be read."},
+             {"lookuptable s file=/dev/zero", "/dev/zero can't be read."},
+             {"lookuptable s file=/tmp", "/tmp can't be read."},
+             {"geofence", "Mandatory Geofence attribute missing: 'type'"},
+             {"geofence type=round",
+              "Geofence attribute 'type' must be 'square' or 'circle', not 'round'"},
+             {"geofence type=square", "Missing value 'topleft'"},
+             {"geofence type=square topleft=1;2", "Missing value 'bottomright'"},
+             {"geofence type=square topleft=1;2;3",
+              "Expected 'topleft' to be two (2) doubles seperated by a semicolon (;)"},
+             {"geofence type=circle", "Missing value 'center'"},
+             {"geofence type=circle center=1;2", "Missing value 'radius'"},
+             {"expression s expr=max(", "Expression has mismatched parentheses"},
+             {"expression s expr=-$01", "told: Could not convert - to a number"},
+             {"expression s expr=$1+1",
+              "Failed to parse expression, check for errors around character 0 ($)"},
+             {"expression expr=1",
+              none +
+                  "\n\tYou don't have to use the signal in the expression, but Sigmira\n\tneeds it "
+                  "to know when to plot the expression."},
          }) {
         TestModel model;
         model.input("s");
-        EXPECT_EQ(model.failure(lines), text) << lines;
-        if (std::string(text) == "made") continue;
-        EXPECT_TRUE(virtualRegistry(model).allVirtualSignals.empty()) << lines;
-        EXPECT_TRUE(model.virtualMessage->signals.empty()) << lines;
+        for (const char* name : {"lat", "N_S", "long", "E_W"})
+            model.input(name, "Logger", "GPS_POS");
+        EXPECT_EQ(model.failure(linesOf(group)), text) << group;
+        if (text == "made") continue;
+        EXPECT_TRUE(virtualRegistry(model).allVirtualSignals.empty()) << group;
+        EXPECT_TRUE(model.virtualMessage->signals.empty()) << group;
+        EXPECT_TRUE(model.virtualMessage->signalsByName.empty()) << group;
     }
     // What the key file itself says is its own wording.
     for (const char* lines : {"step=1\nsignal=Can.In.s", "method=IIR\nsignal=Can.In.s",
                               "method=IIR\nsignal=Can.In.s\nstep=fast",
                               "method=count\nstep=1\nsignal=Can.In.s\nabove=1",
+                              "method=geofence\ntype=circle\ncenter=1;2\nradius=1",
+                              "method=geofence\nstep=1\ntype=circle\ncenter=1;2\nradius=1.5",
                               "method=slope\nstep=1\nsignal=Can.In.s\nposSlopeIncr=1",
+                              "method=sum\nstep=1\nsignal_01=Can.In.s\navgWindow=wide",
                               "method=expression\nstep=1\nsignal_01=Can.In.s"}) {
         TestModel model;
-        model.input("s");
+        model.makeInputs = true;
         EXPECT_EQ(model.failure(lines).substr(0, 5), "Glib:") << lines;
     }
 }
@@ -114,63 +129,30 @@ TEST(FactoryTest, readsCommonOptions) {
                                        "combined with fillEmpty"});
 }
 
-TEST(OptionsTest, applyInOrder) {
-    struct Case {
-        const char* options;
-        std::vector<double> out;  // for -2, 0, 3
-    };
-    const std::vector<Case> cases = {
-        {"", {-2, 0, 3}},
-        {"fact=2\noffs=-1", {-5, -1, 5}},
-        {"absInput=true", {2, 0, 3}},
-        {"absInput=true\noffs=-4", {-2, -4, -1}},
-        {"absOutput=true\noffs=-4", {6, 4, 1}},
-        // The test for zero comes before factor and offset, so the value -2 goes on.
-        {"pauseIfZero=true\noffs=2", {0, 0, 5}},
-        {"pauseIfZero=true\noffs=1", {-1, -1, 4}},
-    };
-    for (const auto& [options, out] : cases) {
-        TestModel model;
-        model.feedSteps("s", {-2, 0, 3});
-        EXPECT_EQ(valuesAtSteps(*model.compute(kSum + options), 3), out) << options;
-    }
-}
-
 TEST(OptionsTest, fillGaps) {
     struct Case {
         const char* options;
         std::uint64_t gap;
-        Samples out;
+        Samples out;  // what is stored between the two samples
     };
-    const std::vector<Case> cases = {
-        {"fillEmpty=true", 12000, {{0, 1}, {5000, 1}, {12000, 3}}},
-        {"fillEmpty=true\nvalWhenEmpty=7\nfact=2\nabsOutput=true",
-         12000,
-         {{0, 2}, {5000, 7}, {12000, 6}}},
-        {"fillEmpty=true\nfact=2", 21000, {{0, 2}, {10000, 2}, {15000, 2}, {21000, 6}}},
-        {"", 12000, {{0, 1}, {12000, 3}}},
-    };
-    for (const auto& [options, gap, out] : cases) {
+    for (const auto& [options, gap, out] : {
+             Case{"", 12000, {}},
+             {"fillEmpty=true\nvalWhenEmpty=7", 10000, {}},
+             {"fillEmpty=true", 10001, {{5000, 1}}},
+             {"fillEmpty=true\nvalWhenEmpty=7\nfact=2\nabsOutput=true", 12000, {{5000, 7}}},
+             {"fillEmpty=true\nfact=2", 21000, {{5000, 2}, {10000, 2}, {15000, 2}}},
+             {"fillEmpty=true\nvalWhenEmpty=-7", 21000, {{5000, -7}, {10000, -7}, {15000, -7}}},
+         }) {
         TestModel model;
         model.input("s");
         const auto signal = model.make(kSum + options);
-        const auto samples = Samples{{0, 1}, {gap, 3}};
-        for (const auto& [time, value] : samples)
-            signal->addSample(kStart + time, value);
-        // Only values count: marks of held values may stand in between.
-        for (const auto& [time, value] : out)
-            EXPECT_EQ(signal->valueAt(kStart + time), value) << options << " at " << time;
-        const bool filled = signal->fillEmpty;
-        const double middle = signal->valueAt(kStart + 6000);
-        EXPECT_EQ(middle, filled ? (signal->hasValWhenEmpty ? 7 : signal->factor) : 1) << options;
+        signal->addSample(kStart, 1);
+        signal->addSample(kStart + gap, 3);
+        Samples between;
+        for (const auto& [time, value] : test::stored(*signal))
+            if (time != 0 && time != gap) between.emplace_back(time, value);
+        EXPECT_EQ(between, out) << options << " " << gap;
     }
-    // A gap of exactly 10 s gets no filler.
-    TestModel model;
-    model.input("s");
-    const auto signal = model.make(kSum + "fillEmpty=true\nvalWhenEmpty=7");
-    signal->addSample(kStart, 1);
-    signal->addSample(kStart + 10000, 2);
-    EXPECT_EQ(signal->valueAt(kStart + 9999), 1);
 }
 
 // A clock that is off by centuries must not fill the memory.
@@ -213,6 +195,7 @@ TEST(SmoothingTest, putsAWindowBehindTheSignal) {
     EXPECT_EQ(average->vsdGroup + average->vsdFile, "");
     // The editor asks who uses a signal: this one does not use itself.
     EXPECT_FALSE(average->usesSignal(average->fullName));
+    EXPECT_EQ(model.failure(kSum), "Message 'Calc' already has a signal with name out");
     average->addUser(nullptr);
     EXPECT_EQ(inner->useCount, 1U);
     model.finish();
@@ -233,16 +216,6 @@ TEST(SmoothingTest, isLeftOutWithoutAWord) {
     model.input("s");
     model.make(kSum + "avg=400\navgWindow=0");
     EXPECT_EQ(virtualRegistry(model).allVirtualSignals.size(), 2U);
-}
-
-TEST(SmoothingTest, leavesNothingBehindWhenTheWindowIsTooShort) {
-    TestModel model;
-    model.input("s");
-    EXPECT_EQ(model.failure(kSum + "avgWindow=50"), "step > window for virtual signal out");
-    EXPECT_TRUE(virtualRegistry(model).allVirtualSignals.empty());
-    EXPECT_TRUE(model.virtualMessage->signalsByName.empty());
-    EXPECT_EQ(model.failure(kSum + "avgWindow=500"), "made");
-    EXPECT_EQ(model.failure(kSum), "Message 'Calc' already has a signal with name out");
 }
 
 // ---- messages and the end of a parse

@@ -88,33 +88,13 @@ TEST(GeofenceTest, tellsInsideFromOutside) {
     }
 }
 
-TEST(GeofenceTest, tellsWhatIsWrong) {
-    struct Case {
-        const char* lines;
-        const char* text;
-    };
-    for (const auto& [lines, text] : {
-             Case{"", "Mandatory Geofence attribute missing: 'type'"},
-             {"type=round", "Geofence attribute 'type' must be 'square' or 'circle', not 'round'"},
-             {"type=square", "Missing value 'topleft'"},
-             {"type=square\ntopleft=1;2", "Missing value 'bottomright'"},
-             {"type=square\ntopleft=1;2;3",
-              "Expected 'topleft' to be two (2) doubles seperated by a semicolon (;)"},
-             {"type=circle", "Missing value 'center'"},
-             {"type=circle\ncenter=1;2", "Missing value 'radius'"},
-         }) {
-        TestModel model;
-        feedPositions(model, {{1, 0, 1, 0}}, "Logger");
-        EXPECT_EQ(model.failure(std::string("method=geofence\nstep=1\n") + lines), text) << lines;
-        EXPECT_EQ(model.failure(std::string("method=geofence\n") + lines).substr(0, 5), "Glib:");
-    }
+TEST(GeofenceTest, needsPositions) {
+    const std::string fence = test::linesOf("geofence type=circle center=1;2 radius=1");
     TestModel model;
-    EXPECT_EQ(model.failure("method=geofence\nstep=1\ntype=circle\ncenter=1;2\nradius=1"),
-              "Can't find message with name GPS_POS");
+    EXPECT_EQ(model.failure(fence), "Can't find message with name GPS_POS");
     model.legacyGps = true;
     model.bus->number = 7;
-    EXPECT_EQ(model.failure("method=geofence\nstep=1\ntype=circle\ncenter=1;2\nradius=1"),
-              "Can't find interface with id 0");
+    EXPECT_EQ(model.failure(fence), "Can't find interface with id 0");
     EXPECT_FALSE(GPSTrack::create(model.virtualMessage));
 }
 

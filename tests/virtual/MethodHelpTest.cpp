@@ -29,7 +29,6 @@ std::vector<std::string> exampleLines(const MethodHelp& method) {
 }
 
 std::string failureOf(const std::vector<std::string>& lines) {
-    const auto vsd = std::filesystem::temp_directory_path() / "help.vsd";
     TestModel model;
     model.makeInputs = true;
     // "Virt" references of examples need somebody to refer to.
@@ -78,6 +77,16 @@ TEST(MethodHelpTest, examplesMakeSignals) {
     }
     std::filesystem::remove(table);
     EXPECT_EQ(names.size(), 36U);
+}
+
+// Formulas, totals, filters, calculations, choices, positions.
+TEST(MethodHelpTest, goesFromFormulasToPositions) {
+    std::string order;
+    for (const MethodHelp& method : methodKeys())
+        for (const char* first :
+             {"expression", "integrate", "average", "sum", "multiplex", "geofence"})
+            if (method.method == first) order += std::string(first) + " ";
+    EXPECT_EQ(order, "expression integrate average sum multiplex geofence ");
 }
 
 // What the table calls a flag or a number is read as one.

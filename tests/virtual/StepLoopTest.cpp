@@ -15,8 +15,6 @@ using test::stored;
 using test::TestModel;
 using Samples = std::vector<std::pair<std::uint64_t, double>>;
 
-const std::string kSum = "method=sum\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nstep=100\n";
-
 // Notes every step: its time and what the inputs hold.
 class Recorder : public CustomSignal {
   public:
@@ -35,48 +33,38 @@ class Recorder : public CustomSignal {
     std::vector<double> held;
 };
 
-TEST(StepLoopTest, beginsWhenAllInputsHaveData) {
+using Times = std::vector<std::uint64_t>;
+
+TEST(StepLoopTest, waitsForAllInputsAtBothEnds) {
     TestModel model;
     model.feed("a", {{0, 1}, {1000, 2}, {2000, 3}});
     Recorder recorder(model, 500, {"a", "b"});
     recorder.calculate();
     EXPECT_FALSE(recorder.started);
-    model.feed("b", {{700, 10}, {2000, 20}});
-    recorder.calculate();
-    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{700, 1200, 1700}));
-    EXPECT_EQ(recorder.held, (std::vector<double>{1, 10, 2, 10, 2, 10}));
-}
-
-TEST(StepLoopTest, leavesTheTailForLater) {
-    TestModel model;
-    model.feed("a", {{0, 1}, {1000, 2}});
-    model.feed("b", {{0, 10}, {300, 20}, {400, 30}});
-    Recorder recorder(model, 100, {"a", "b"});
+    model.feed("b", {{700, 10}, {1700, 20}});
     recorder.calculate();
     recorder.calculate();
     // The last sample of b has no successor: its step may still change.
-    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{0, 100, 200, 300}));
-    model.feed("b", {{600, 40}});
+    EXPECT_EQ(recorder.steps, (Times{700, 1200}));
+    EXPECT_EQ(recorder.held, (std::vector<double>{1, 10, 2, 10}));
+    model.feed("b", {{1900, 30}});
     recorder.calculate();
-    EXPECT_EQ(recorder.steps, (std::vector<std::uint64_t>{0, 100, 200, 300, 400, 500}));
-    EXPECT_EQ(recorder.held.back(), 30);
+    EXPECT_EQ(recorder.steps, (Times{700, 1200, 1700}));
+    EXPECT_EQ(recorder.held.back(), 20);
 }
 
 TEST(StepLoopTest, jumpsOverGapsOnly) {
     struct Case {
         std::uint64_t next;  // sample behind the one at 0
-        std::vector<std::uint64_t> steps;
+        Times steps;
     };
     // After the step at 0 the next one would be at 4000.
     for (const auto& [next, steps] :
          {Case{14000, {0, 4000, 8000, 12000, 16000}}, Case{14001, {0, 14001, 18001}}}) {
         TestModel model;
-        for (const char* name : {"a", "b"}) {
-            const auto input = model.input(name);
-            for (const std::uint64_t time : {std::uint64_t{0}, next, next + 6000})
-                input->addSample(kStart + time, static_cast<double>(time));
-        }
-        // b alone has a sample in between, which does not bridge the gap of a.
+        model.feed("a", {{0, 1}, {next, 2}, {next + 6000, 3}});
+        // A sample of b alone does not bridge the gap of a.
+        model.feed("b", {{0, 1}, {7000, 2}, {next, 3}, {next + 6000, 4}});
         Recorder recorder(model, 4000, {"a", "b"});
         recorder.calculate();
         EXPECT_EQ(recorder.steps, steps) << next;
@@ -94,15 +82,11 @@ TEST(StepLoopTest, endsOnDamagedTimes) {
         for (const char* name : {"a", "b"})
             for (const std::uint64_t time : times)
                 model.input(name)->addSample(time, static_cast<double>(time % 7));
-        for (const char* lines :
-             {"method=sum\nsignal_01=Can.In.a\nsignal_02=Can.In.b\nstep=1\navgWindow=2000\n"
-              "fillEmpty=true",
-              "method=average\nsignal=Can.In.a\nstep=1\nwindow=1",
-              "method=average\nsignal=Can.In.a\nstep=1\nwindow=5000",
-              "method=integrate\nsignal=Can.In.a\nresetSig=Can.In.b\nfillEmpty=true",
-              "method=estimate\nsignal=Can.In.a\nhighLimit=1\nlowLimit=1\nstep=1\n"
-              "fillEmpty=true"}) {
-            model.make(lines)->addUser(nullptr);
+        for (const char* group :
+             {"sum a,b step=1 avgWindow=2000 fillEmpty=true", "average a step=1 window=1",
+              "average a step=1 window=5000", "integrate a resetSig=Can.In.b fillEmpty=true",
+              "estimate a highLimit=1 lowLimit=1 step=1 fillEmpty=true"}) {
+            model.make(test::linesOf(group))->addUser(nullptr);
             model.finish();
             model.virtualMessage->clearMessage();
             model.virtualMessage->iface = model.virt;
@@ -192,29 +176,17 @@ TEST(StepLoopTest, computesTheSameLive) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 generator(seed);
     for (int round = 0; round < 30; ++round) {
-        struct Event {
-            std::uint64_t time;
-            const char* name;
-            double value;
-        };
-        std::vector<Event> events;
-        for (const char* name : {"a", "b"}) {
-            std::uint64_t time = generator() % 500;
-            for (int i = 0; i < 400; ++i) {
-                events.push_back({time, name, static_cast<double>(generator() % 3)});
-                time += 1 + generator() % 300;
-            }
-        }
-        std::stable_sort(events.begin(), events.end(),
-                         [](const Event& x, const Event& y) { return x.time < y.time; });
         TestModel logs;
         TestModel live;
         live.liveMode = true;
         Recorder atOnce(logs, 70, {"a", "b"});
         Recorder byAndBy(live, 70, {"a", "b"});
-        for (const Event& event : events) {
-            logs.input(event.name)->addSample(kStart + event.time, event.value);
-            live.input(event.name)->addSample(kStart + event.time, event.value);
+        std::uint64_t time = kStart;
+        for (int i = 0; i < 800; ++i, time += generator() % 150) {
+            const char* name = generator() % 2 == 0 ? "a" : "b";
+            const auto value = static_cast<double>(generator() % 3);
+            logs.input(name)->addSample(time, value);
+            live.input(name)->addSample(time, value);
             if (generator() % 5 == 0) byAndBy.calculate();
         }
         for (const char* name : {"a", "b"})
@@ -226,12 +198,51 @@ TEST(StepLoopTest, computesTheSameLive) {
     }
 }
 
-TEST(StepLoopTest, takesAbsoluteInputs) {
+// An excursion across a gap is written out step by step; the storage keeps what it would keep of
+// those steps, and years take no longer than days.
+TEST(EstimateTest, writesLongExcursionsAsIfStepByStep) {
+    for (const std::uint32_t step : {1U, 7U, 100U, 9999U, 10001U, 30000U}) {
+        TestModel model;
+        const auto input = model.input("a");
+        for (const auto& [time, value] :
+             Samples{{0, 0}, {50, 9}, {123'456, 9}, {163'456, 0}, {203'456, 1}})
+            input->addSample(kStart + time, value);
+        const auto signal = model.compute(
+            test::linesOf("estimate a highLimit=5 lowLimit=1 fact=2 step=" + std::to_string(step)));
+
+        // The same steps one by one into a signal that is not computed.
+        PlainLoop loop({{input->samples().begin(), input->samples().end()}}, step);
+        loop.run();
+        Signal plain(model.virtualMessage, "plain");
+        std::optional<std::uint64_t> highStart;
+        double sum = 0;
+        int count = 0;
+        for (std::size_t i = 0; i < loop.steps.size(); ++i) {
+            const std::uint64_t time = kStart + loop.steps[i];
+            if (!highStart) {
+                sum = count = 0;
+                if (loop.held[i] > 5)
+                    highStart = time;
+                else
+                    plain.addSample(time, 0);
+                continue;
+            }
+            sum += loop.held[i];
+            ++count;
+            if (loop.held[i] >= 1) continue;
+            for (std::uint64_t t = *highStart; t < time; t += step)
+                plain.addSample(t, sum / count * 2);
+            highStart.reset();
+        }
+        plain.flushSamples();
+        EXPECT_EQ(stored(*signal), stored(plain)) << step;
+    }
     TestModel model;
-    model.feedSteps("a", {-1, 2});
-    model.feedSteps("b", {1, -3});
-    EXPECT_EQ(test::valuesAtSteps(*model.compute(kSum + "absInput=true"), 2),
-              (std::vector<double>{2, 5}));
+    const std::uint64_t years = 86'400'000ULL * 365 * 100'000;
+    model.feed("a", {{0, 0}, {50, 9}, {years, 0}, {years + 50, 0}});
+    const auto signal = model.compute(test::linesOf("estimate a highLimit=5 lowLimit=1 step=1"));
+    EXPECT_LT(signal->samples().size(), 20U);
+    EXPECT_EQ(TestModel::messages().size(), 1U);
 }
 
 }  // namespace

@@ -4,8 +4,13 @@
 #include <glibmm/init.h>
 #include <glibmm/keyfile.h>
 
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <initializer_list>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -160,11 +165,10 @@ class TestModel : public ModelContext {
 };
 
 /// What is held at 0, 100, 200 ms and so on; 0 before the first sample.
-inline std::vector<double> valuesAtSteps(const Signal& signal, std::size_t count,
-                                         std::uint64_t step = 100) {
+inline std::vector<double> valuesAtSteps(const Signal& signal, std::size_t count) {
     std::vector<double> values;
     for (std::size_t i = 0; i < count; ++i)
-        values.push_back(signal.valueAt(kStart + i * step));
+        values.push_back(signal.valueAt(kStart + i * 100));
     return values;
 }
 
@@ -174,6 +178,80 @@ inline std::vector<std::pair<std::uint64_t, double>> stored(const Signal& signal
     for (const Sample& sample : signal.samples())
         samples.emplace_back(sample.time - kStart, sample.value);
     return samples;
+}
+
+inline double summaryOf(const VirtualSignal& signal) {
+    double value = std::nan("");
+    EXPECT_TRUE(signal.summaryValue(value));
+    return value;
+}
+
+inline std::vector<std::string> wordsOf(const std::string& text, char separator) {
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    for (std::string word; std::getline(stream, word, separator);)
+        if (!word.empty()) words.push_back(word);
+    return words;
+}
+
+/// The lines of a group from words: "max a,b fact=2" is the method, its inputs Can.In.a and
+/// Can.In.b, and keys. A step of 100 ms is added, but for integrate.
+inline std::string linesOf(const std::string& text) {
+    const auto words = wordsOf(text, ' ');
+    std::string lines = "method=" + words.front() + "\n";
+    if (words.front() != "integrate" && text.find("step=") == std::string::npos)
+        lines += "step=100\n";
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const bool isKey = words[i].find('=') != std::string::npos;
+        const auto inputs = isKey ? std::vector<std::string>{} : wordsOf(words[i], ',');
+        for (std::size_t k = 0; k < inputs.size(); ++k)
+            lines += "signal_0" + std::to_string(k + 1) + "=Can.In." + inputs[k] + "\n";
+        if (isKey) lines += words[i] + "\n";
+    }
+    return lines;
+}
+
+/// A signal, what its inputs get, and what it makes of it.
+struct MethodCase {
+    std::string group;   ///< see linesOf
+    std::string inputs;  ///< "a 1 2 3; b 0:5 70:6": a value every 100 ms, or times with values
+    /// Values every 100 ms, or at times; "=5" is a summary, "none" says that there are no samples.
+    std::string out;
+};
+
+/// A time before a colon, else that of the step of 100 ms.
+inline std::pair<std::uint64_t, double> sampleOf(const std::string& word, std::size_t place) {
+    const auto colon = word.find(':');
+    if (colon == std::string::npos) return {place * 100, std::stod(word)};
+    return {std::stoull(word), std::stod(word.substr(colon + 1))};
+}
+
+inline void check(std::initializer_list<MethodCase> cases) {
+    for (const auto& [group, inputs, out] : cases) {
+        SCOPED_TRACE(group + " | " + inputs);
+        TestModel model;
+        for (const std::string& input : wordsOf(inputs, ';')) {
+            const auto words = wordsOf(input, ' ');
+            std::vector<std::pair<std::uint64_t, double>> samples;
+            for (std::size_t i = 1; i < words.size(); ++i)
+                samples.push_back(sampleOf(words[i], i - 1));
+            if (input.find(':') == std::string::npos && !samples.empty())
+                samples.emplace_back(samples.size() * 100, samples.back().second);
+            model.feed(words.front(), samples);
+        }
+        const auto signal = model.compute(linesOf(group));
+        const auto results = wordsOf(out, ' ');
+        for (std::size_t i = 0; i < results.size(); ++i) {
+            if (results[i] == "none") {
+                EXPECT_TRUE(signal->samples().empty());
+            } else if (results[i].front() == '=') {
+                EXPECT_DOUBLE_EQ(summaryOf(*signal), std::stod(results[i].substr(1)));
+            } else {
+                const auto [time, value] = sampleOf(results[i], i);
+                EXPECT_DOUBLE_EQ(signal->valueAt(kStart + time), value) << "at " << time;
+            }
+        }
+    }
 }
 
 }  // namespace trelis::test
