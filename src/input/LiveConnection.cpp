@@ -3,9 +3,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
-#include <bit>
-#include <cstring>
 #include <optional>
 
 #include "app/diagnostics/Report.h"
@@ -15,7 +12,6 @@
 #include "input/HandleRecord.h"
 #include "input/LiveRun.h"
 #include "input/LoggerSocket.h"
-#include "model/Frame.h"
 #include "virtual/VirtualRegistry.h"
 
 namespace trelis {
@@ -23,14 +19,6 @@ namespace {
 
 constexpr std::uint8_t kAskPlain = 0;
 constexpr std::uint8_t kAskEncrypted = 1;
-
-template <class Number>
-Number load(const std::uint8_t* bytes) {
-    Number value = 0;
-    for (std::size_t i = 0; i < sizeof value; ++i)
-        value = static_cast<Number>(value | Number{bytes[i]} << (8 * i));
-    return value;
-}
 
 /// What is left to do after one answer.
 enum class Answer { kGood, kLast };
@@ -77,17 +65,7 @@ class Session {
     }
 
     void handleRecords() {
-        StreamCodec& codec = link_.codec;
-        std::array<std::uint8_t, kRecordSize> record{};
-        Frame frame;
-        while (nextRecord(codec, record)) {
-            frame.timestamp = load<std::uint32_t>(record.data());
-            frame.id = load<std::uint32_t>(record.data() + 4);
-            frame.dlc = record[8];
-            std::memcpy(frame.data.data(), record.data() + 9, frame.data.size());
-            frame.interface = record[17];
-            batch_.add(frame);
-        }
+        batch_.add(blockRecords(link_.codec), static_cast<std::size_t>(link_.codec.recordSize));
         batch_.flush();
     }
 
