@@ -42,10 +42,10 @@ class Session {
     void run() {
         if (initNetworkStreamCodec(link_.codec) != 0) reportFatal("Out of memory");
         while (!liveStopAsked(store_)) {
-            const SendResult sent = sendCommand(socket_, encrypted_ ? kAskEncrypted : kAskPlain);
+            const SendResult sent = sendCommand(store_, encrypted_ ? kAskEncrypted : kAskPlain);
             if (sent == SendResult::kNotNow) continue;
             if (sent == SendResult::kFailed) {
-                report(Level::kWarning, "Network failure");
+                tellUnlessStopped(Level::kWarning, "Network failure");
                 break;
             }
             if ((encrypted_ ? takeEncrypted() : takePlain()) == Answer::kLast) break;
@@ -60,8 +60,8 @@ class Session {
     }
 
   private:
-    void tellEnd() const {
-        if (!liveStopAsked(store_)) report(Level::kInfo, "Stream ended");
+    void tellUnlessStopped(Level level, const char* text) const {
+        if (!liveStopAsked(store_)) report(level, text);
     }
 
     void handleRecords() {
@@ -75,17 +75,17 @@ class Session {
                 handleRecords();
                 return Answer::kGood;
             case kStreamEnd:
-                tellEnd();
+                tellUnlessStopped(Level::kInfo, "Stream ended");
                 return Answer::kLast;
             default:
-                report(Level::kWarning, "Failed to unpack data from logger");
+                tellUnlessStopped(Level::kWarning, "Failed to unpack data from logger");
                 return Answer::kLast;
         }
     }
 
     Answer takeEncrypted() {
         int code = encrypted_->readFrame(link_.codec, socket_, store_.decryptionKey);
-        if (code == kStreamEnd) tellEnd();
+        if (code == kStreamEnd) tellUnlessStopped(Level::kInfo, "Stream ended");
         if (code != kStreamDone) return Answer::kLast;
         // One frame can hold many blocks, so a stop is looked for between them.
         do {

@@ -98,15 +98,17 @@ int connectToLogger(Store& store, std::chrono::milliseconds patience) {
     return store.socket;
 }
 
-SendResult sendCommand(int socket, std::uint8_t command) {
-    if (send(socket, &command, 1, MSG_NOSIGNAL) == 1) return SendResult::kSent;
+SendResult sendCommand(const Store& store, std::uint8_t command) {
+    if (send(store.socket, &command, 1, MSG_NOSIGNAL) == 1) return SendResult::kSent;
     if (errno == EINTR) return SendResult::kNotNow;
     if (errno == EAGAIN || errno == EWOULDBLOCK) {
-        pollfd waiting{socket, POLLOUT, 0};
+        pollfd waiting{store.socket, POLLOUT, 0};
         poll(&waiting, 1, kPatienceMs);
         return SendResult::kNotNow;
     }
-    streamLog(StreamLevel::kWarning, "Write error: %s", std::strerror(errno));
+    // A stop shuts the socket down under the writer.
+    if (!liveStopAsked(store))
+        streamLog(StreamLevel::kWarning, "Write error: %s", std::strerror(errno));
     return SendResult::kFailed;
 }
 

@@ -23,8 +23,9 @@ int connectToLogger(Store& store, std::chrono::milliseconds patience = std::chro
 enum class SendResult {
     kSent,
     kNotNow,  ///< the peer takes nothing at present; some time was spent waiting for it
-    kFailed,  ///< the diagnostic has been printed
+    kFailed,  ///< the diagnostic has been printed, unless the live run is to stop
 };
-SendResult sendCommand(int socket, std::uint8_t command);
+/// Sends one byte over Store::socket.
+SendResult sendCommand(const Store& store, std::uint8_t command);
 
 }  // namespace trelis

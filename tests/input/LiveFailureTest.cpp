@@ -200,6 +200,21 @@ struct SocketPair {
     Descriptor far;
 };
 
+// A stop shuts the socket down, which the writer may meet before it looks for the stop.
+TEST_F(LiveFailure, StopOnTheWayToACommandByteIsSilent) {
+    const SocketPair pair;
+    shutdown(pair.near.get(), SHUT_RDWR);
+    target(1);
+    store_.socket = pair.near.get();
+    for (const bool stopped : {false, true}) {
+        store_.liveStopRequested = stopped;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(sendCommand(store_, 0), SendResult::kFailed);
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), stopped);
+    }
+    store_.socket = -1;
+}
+
 TEST_F(LiveFailure, PlainBufferTurnsRoundWithoutLoss) {
     // Frames of a size that fits the buffer once and a half, so that waiting bytes are moved. The
     // key's characters are two bytes each: only half of its bytes count.
