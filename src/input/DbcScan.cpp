@@ -145,6 +145,33 @@ std::optional<DbcValueTypeLine> scanDbcValueType(std::string_view line) {
     return value;
 }
 
+std::optional<DbcValueTable> scanDbcValueTable(std::string_view line, std::size_t longest) {
+    std::optional<DbcValueTable> table;
+    for (;;) {
+        bool negative = false;
+        while (!line.empty() && !isDbcDigit(line.front())) {
+            negative = line.front() == '-';
+            line.remove_prefix(1);
+        }
+        const std::uint32_t digits = takeDbcDigits(line);
+        if (line.empty()) return table;  // a number with nothing behind it is none
+        const std::uint32_t number = negative ? 0U - digits : digits;
+        if (!table) {
+            line.remove_prefix(std::min(line.find_first_of(" \t"), line.size() - 1) + 1);
+            const auto name = line.substr(0, std::min(line.find_first_of(" \t"), longest));
+            line.remove_prefix(name.size());
+            table = {number, name, {}};
+            continue;
+        }
+        const auto opening = line.find('"');
+        if (opening == std::string_view::npos) return table;
+        line.remove_prefix(opening + 1);
+        const std::string_view label = line.substr(0, line.find('"'));
+        line.remove_prefix(label.size());
+        table->labels.emplace_back(static_cast<std::int32_t>(number), label.substr(0, longest));
+    }
+}
+
 std::uint32_t takeDbcDigits(std::string_view& text) {
     std::uint32_t value = 0;
     while (!text.empty() && isDbcDigit(text.front())) {

@@ -1,11 +1,12 @@
-// The three kinds of DBC lines that are recognised by a fixed pattern, and the scanner they are
-// read with.
+// The kinds of DBC lines that hold definitions, and the scanner they are read with.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace trelis {
 
@@ -71,6 +72,15 @@ struct DbcValueTypeLine {
     std::uint32_t type = 0;  ///< 1: 32-bit float, 2: 64-bit float
 };
 std::optional<DbcValueTypeLine> scanDbcValueType(std::string_view line);
+
+/// `VAL_ <id> <signal> <value> "<label>" ...`, read from left to right: what is no number or label
+/// is passed over. Names and labels end after `longest` bytes. Nothing without an id and a signal.
+struct DbcValueTable {
+    std::uint32_t id = 0;
+    std::string_view signal;
+    std::vector<std::pair<std::int32_t, std::string_view>> labels;  ///< in order of the line
+};
+std::optional<DbcValueTable> scanDbcValueTable(std::string_view line, std::size_t longest);
 
 /// White space as C's isspace takes it in the locale "C".
 constexpr bool isDbcSpace(char c) {
