@@ -72,7 +72,7 @@ class RealMessage : public Message {
     std::condition_variable queueChanged_;  // woken by frames, by their removal and by finish()
     std::deque<Frame> queue_;
     bool workerRun_ = false;
-    std::vector<StoredFrame> held_;  // of the thread that reads a running input
+    std::vector<StoredFrame> held_;                     // of the thread that reads a running input
     std::deque<std::shared_ptr<FrameSource>> parsers_;  // the log worker's own once it runs
     std::thread worker_;                                // owner: this object; see joinWorker
 };
