@@ -16,10 +16,13 @@
 
 #include "app/diagnostics/MessageLog.h"
 #include "app/store/Store.h"
+#include "input/DbcReader.h"
 #include "input/LiveConnection.h"
+#include "input/Recording.h"
 #include "input/stream/BlockMaker.h"
 #include "model/RealMessage.h"
 #include "model/RealSignal.h"
+#include "simlogger/Definitions.h"
 #include "simlogger/Presets.h"
 #include "simlogger/Scenario.h"
 #include "simlogger/Server.h"
@@ -32,35 +35,15 @@ inline sim::Scenario smallScenario() {
     return scenario;
 }
 
-inline std::shared_ptr<RealSignal> makeSignal(const std::shared_ptr<RealMessage>& message,
-                                              const sim::SignalSpec& spec) {
-    auto signal = RealSignal::create(message, spec.name, spec.start, spec.bits,
-                                     spec.bigEndian ? 0 : 1, spec.isSigned ? '-' : '+', spec.unit,
-                                     spec.factor, spec.offset, spec.minimum, spec.maximum);
-    if (spec.isFloat) signal->setFloat();
-    return signal;
-}
-
-/// Builds the interfaces, messages and signals of the scenario, all of them selected.
+/// Reads the interfaces, messages and signals of the scenario and selects them all.
 inline void buildModel(Store& store, const sim::Scenario& scenario) {
-    for (const auto& [number, interface] : scenario.interfaces)
-        store.addInterface(interface.name, number);
+    const ScratchFolder folder;
     const RecountBatch batch(store);
-    for (const sim::MessageSpec& spec : scenario.messages) {
-        const auto owner = store.findInterfaceByNumber(spec.interface);
-        if (!owner) continue;  // the logger's own
-        auto message = RealMessage::create(spec.id, spec.name, owner);
-        owner->addMessage(message);
-        for (const sim::SignalSpec& signalSpec : spec.signals) {
-            auto signal = makeSignal(message, signalSpec);
-            if (signalSpec.mux >= 0) signal->muxValue = signalSpec.mux;
-            if (signalSpec.mux == sim::SignalSpec::kMultiplexor) {
-                message->multiplexor = makeSignal(message, signalSpec);
-                message->multiplexor->muxValue = kMultiplexor;
-            }
-            message->addSignal(signalSpec.name, signal);
-            signal->setSelected(true);
-        }
+    for (const auto& [number, interface] : scenario.interfaces) {
+        const std::string dbc = folder.write("a.dbc", sim::dbcText(scenario, number));
+        readDbcFile(store, dbc, number, interface.name);
+        for (const auto& [id, message] : store.findInterfaceByNumber(number)->messages)
+            message->selectAll(true);
     }
 }
 

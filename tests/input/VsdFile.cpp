@@ -129,13 +129,6 @@ TEST_F(VsdFile, groupsMayComeInAnyOrder) {
     EXPECT_EQ(virt->messages.begin()->second->name, "X");  // ids in order of first use
 }
 
-TEST_F(VsdFile, aPassTakesUpWhatItHasMadePossible) {
-    // B makes both ready: C stands behind it and is made in the same pass, A in the next one.
-    load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Bus.M.S") +
-         group("C", "Virt.Virtual.B"));
-    EXPECT_EQ(made(), "Virtual.B Virtual.C Virtual.A ");
-}
-
 TEST_F(VsdFile, whatCannotBeMadeIsToldOnceAndCostsOnlyItself) {
     load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Virt.Virtual.A") +
          group("Self", "Virt.Virtual.Self") + "[Odd]\nmethod=what\n[None]\nunit=V\n" +
