@@ -189,6 +189,7 @@ TEST_F(LiveConnectionTest, ClockOverflowGoesOnInTime) {
 // message.
 TEST_F(LiveConnectionTest, ReportDecodesWhatItUses) {
     store_.clearSelection();
+    store_.liveMode = true;  // as options come before the selection
     for (const auto& [id, message] : store_.findInterfaceByNumber(0)->messages)
         message->signals.back()->setSelected(true);
     serve(fast());
