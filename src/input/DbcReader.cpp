@@ -11,6 +11,7 @@
 #include "app/store/Store.h"
 #include "input/DbcFaults.h"
 #include "input/DbcScan.h"
+#include "input/FieldScanner.h"
 #include "model/RealMessage.h"
 
 namespace trelis {
@@ -149,14 +150,14 @@ void DbcReader::handleLine() {
 void DbcReader::noteUnreadable() {
     if (!options_.sink && !options_.tolerant) return;
     std::string_view rest = line_;
-    while (!rest.empty() && isDbcSpace(rest.front()))
+    while (!rest.empty() && isScanSpace(rest.front()))
         rest.remove_prefix(1);
     for (const std::string_view word : {"BO_", "SG_", "SIG_VALTYPE_"}) {
         if (!rest.starts_with(word)) continue;
         rest.remove_prefix(word.size());
         // The words stand alone in the list of symbols, and in front of an underscore in others.
-        const bool hasFields =
-            rest.find_first_of("0123456789:") != std::string_view::npos && isDbcSpace(rest.front());
+        const bool hasFields = rest.find_first_of("0123456789:") != std::string_view::npos &&
+                               isScanSpace(rest.front());
         if (!hasFields || (skipSignals_ && word == "SG_")) return;
         if (!scannable_)
             noteLongLine();
@@ -179,7 +180,7 @@ bool DbcReader::readMessageLine() {
     if (!scanned) return false;
     std::string_view name = scanned->name;
     if (options_.tolerant)
-        while (name.size() > 1 && isDbcSpace(name.back()))
+        while (name.size() > 1 && isScanSpace(name.back()))
             name.remove_suffix(1);
     if (name == kNoRealMessage) {
         skipSignals_ = true;

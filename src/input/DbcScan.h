@@ -1,4 +1,4 @@
-// The kinds of DBC lines that hold definitions, and the scanner they are read with.
+// The kinds of DBC lines that hold definitions.
 #pragma once
 
 #include <cstdint>
@@ -9,37 +9,6 @@
 #include <vector>
 
 namespace trelis {
-
-/// Reads fields of a line from left to right by the rules of the C library's scanf (ISO C,
-/// 7.21.6.2): fields skip white space in front of them, and blanks between fields match any run of
-/// white space, also none. Free of locale. Once a field fails, all later ones do.
-class FieldScanner {
-  public:
-    explicit FieldScanner(std::string_view line) : rest_(line) {}
-
-    /// Matches any run of white space.
-    FieldScanner& blanks();
-    /// Matches these very characters.
-    FieldScanner& literal(std::string_view text);
-    /// A decimal number, with a sign if there is one, as its low 32 bits.
-    FieldScanner& number(std::uint32_t& value);
-    /// A floating-point number in any spelling that C knows.
-    FieldScanner& real(double& value);
-    /// One character, white space too.
-    FieldScanner& character(char& value);
-    /// Characters up to the next white space, at least one.
-    FieldScanner& word(std::string_view& value);
-    /// Characters up to the next `end`, at least one.
-    FieldScanner& upTo(char end, std::string_view& value);
-
-    [[nodiscard]] bool matched() const { return matched_; }
-
-  private:
-    FieldScanner& failed();
-
-    std::string_view rest_;
-    bool matched_ = true;
-};
 
 /// `BO_ <id> <name>: ...`. The views point into the line.
 struct DbcMessageLine {
@@ -81,14 +50,6 @@ struct DbcValueTable {
     std::vector<std::pair<std::int32_t, std::string_view>> labels;  ///< in order of the line
 };
 std::optional<DbcValueTable> scanDbcValueTable(std::string_view line, std::size_t longest);
-
-/// White space as C's isspace takes it in the locale "C".
-constexpr bool isDbcSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-constexpr bool isDbcDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 /// The low 32 bits of the decimal digits at the start of the text, which lose them.
 std::uint32_t takeDbcDigits(std::string_view& text);
