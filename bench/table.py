@@ -164,6 +164,37 @@ class Bench:
     def sample(self):
         return sorted(glob.glob(os.path.join(self.options.sample, "drive*.bin")))
 
+    def serve(self, *arguments):
+        """A logger that sends the recording as fast as it is asked; returns it with its port."""
+        logger = subprocess.Popen([self.options.simlogger, "serve", *self.files, "--port", "0", "--speed", "max",
+                                   *arguments], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        return logger, logger.stdout.readline().rsplit(":", 1)[1].strip()
+
+    def live(self):
+        """The client's own time: the logger is another process."""
+        key = "a key of some length"
+        loggers = [self.serve(), self.serve("--key", key)]
+        (_, plain_port), (_, secret_port) = loggers
+        ask = ["-q", "-f", self.vsd("bench.vsd"), "-s", "Can*.*.*"]
+        try:
+            files, plain, secret = self.in_turn(
+                self.sigmira(*ask), [self.options.sigmira, *ask, "-n", "127.0.0.1", "-p", plain_port],
+                [self.options.sigmira, *ask, "-n", "127.0.0.1", "-p", secret_port, "-y", key])
+        finally:
+            for logger, _ in loggers:
+                logger.terminate()
+                logger.wait()
+        self.table.row("live plain, all signals: CPU time of the same from files", median(ratios(plain, files)), "x",
+                       2.0, 1.5, self.scale(plain, files))
+        self.table.row("live encrypted: CPU time of live plain", median(ratios(secret, plain)), "x", 1.5, 1.5,
+                       self.scale(secret, plain))
+        latencies = [subprocess.run([os.path.join(self.options.floors, "bench-live-latency")], check=True,
+                                    capture_output=True, text=True).stdout.split()
+                     for _ in range(self.options.rounds)]
+        self.table.row("live latency at 5000 frames a second, longest of 300 answers",
+                       median(float(words[3]) for words in latencies), " ms", 30, 10,
+                       f"median answer {median(float(words[1]) for words in latencies):.2f} ms")
+
     def start(self):
         (runs,) = self.in_turn(self.sigmira("-q", "-f", os.path.join(self.options.sample, "drive.vsd"), "-s",
                                             "Virt.Trip.*", files=self.sample()))
@@ -206,8 +237,8 @@ class Bench:
                 file.writelines(f"signal_{i:02d}={name}\n" for i, name in enumerate(inputs, 1))
 
     def run(self):
-        parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "start": self.start,
-                 "virtual": self.virtual}
+        parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "live": self.live,
+                 "start": self.start, "virtual": self.virtual}
         print(f"{len(self.files)} files of {self.options.frames} frames, medians of {self.options.rounds} rounds. "
               f"Load of the machine at the start: {os.getloadavg()[0]:.1f}.\n")
         self.table = Table()
@@ -221,11 +252,13 @@ def main():
     parser.add_argument("--sigmira", required=True, help="the program to measure")
     parser.add_argument("--floors", required=True, help="directory of the floor programs")
     parser.add_argument("--virtual", required=True, help="the program bench-virtual")
+    parser.add_argument("--simlogger", required=True, help="the stand-in for the logger")
     parser.add_argument("--data", required=True, help="directory of the recording")
     parser.add_argument("--sample", required=True, help="directory of the bundled sample")
     parser.add_argument("--frames", type=int, required=True, help="frames a file")
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--only", action="append", choices=["printing", "decoding", "growth", "start", "virtual"])
+    parser.add_argument("--only", action="append",
+                        choices=["printing", "decoding", "growth", "live", "start", "virtual"])
     options = parser.parse_args()
     options.data = os.path.abspath(options.data)
     with tempfile.TemporaryDirectory(prefix="home-", dir=os.path.dirname(options.data)) as home:

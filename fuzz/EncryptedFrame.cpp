@@ -6,17 +6,12 @@
 #include <vector>
 
 #include "input/stream/Crypt.h"
+#include "input/stream/LittleEndian.h"
 #include "input/stream/StreamCodec.h"
 
 namespace {
 
 constexpr std::size_t kLongestFrame = 0x200000;
-
-std::uint32_t loadWord(std::span<const std::uint8_t> bytes) {
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8U |
-           static_cast<std::uint32_t>(bytes[2]) << 16U |
-           static_cast<std::uint32_t>(bytes[3]) << 24U;
-}
 
 void unpackAll(trelis::StreamCodec& codec, std::span<const std::uint8_t> plain) {
     std::int32_t consumed = 0;
@@ -38,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (initNetworkStreamCodec(codec) != 0) std::abort();
     std::vector<std::uint8_t> plain;
     while (rest.size() >= 4) {
-        const std::size_t length = loadWord(rest);
+        const std::size_t length = loadLittleEndian<std::uint32_t>(rest.data());
         rest = rest.subspan(4);
         // An uneven length is refused with an error, whose sync() would slow the run to a crawl.
         if (length > kLongestFrame || length % kCipherUnit != 0) break;

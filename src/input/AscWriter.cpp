@@ -4,7 +4,6 @@
 #include <glibmm/datetime.h>
 #include <unistd.h>
 
-#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -14,6 +13,7 @@
 
 #include "app/store/FormatTime.h"
 #include "app/store/Store.h"
+#include "input/stream/LittleEndian.h"
 
 namespace trelis {
 namespace {
@@ -189,9 +189,7 @@ void AscDump::commit() {
 
 void writeAscRecord(Store& store, const Frame& record, std::uint64_t time) {
     if (!store.ascDump) store.ascDump = std::make_shared<AscDump>(store);
-    std::uint64_t data = 0;
-    std::memcpy(&data, record.data.data(), sizeof data);
-    if constexpr (std::endian::native == std::endian::big) data = __builtin_bswap64(data);
+    const auto data = loadLittleEndian<std::uint64_t>(record.data.data());
     AscWriter& writer = store.ascDump->writer();
     writer.write(record.id, record.dlc, data, record.interface, time);
     if (!store.dumpToFile) writer.flushIfLate();

@@ -2,16 +2,16 @@
 
 #include <sys/stat.h>
 
-#include <cinttypes>
 #include <fstream>
-#include <map>
 #include <memory>
 #include <stdexcept>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "input/DbcFaults.h"
 #include "input/DbcScan.h"
+#include "input/FieldScanner.h"
 #include "model/RealMessage.h"
 
 namespace trelis {
@@ -35,16 +35,12 @@ class DbcReader {
           path_(path),
           shownPath_(toValidUtf8(path)),
           interfaceNumber_(interfaceNumber),
-          options_(options) {}
+          options_(options),
+          faults_(shownPath_, options) {}
 
     void read(const std::string& interfaceName);
 
   private:
-    struct Tally {
-        std::uint64_t count = 0;
-        std::uint64_t firstLine = 0;
-    };
-
     bool open();
     bool nextLine();
     void handleLine();
@@ -65,10 +61,12 @@ class DbcReader {
     [[nodiscard]] std::shared_ptr<Signal> findSignal(std::uint32_t id, std::string_view name);
     [[nodiscard]] std::string takeText(std::string_view text) const;
 
-    void note(DefinitionFault fault, const std::string& text, bool endsLoad = false);
-    /// Notes the fault; then the load ends with the text as an error, or, read tolerantly, goes on.
-    void failUnlessTolerant(DefinitionFault fault, const std::string& text);
-    void tellTallies() const;
+    void note(DefinitionFault fault, const std::string& text, bool endsLoad = false) {
+        faults_.note(fault, lineNumber_, text, endsLoad);
+    }
+    void failUnlessTolerant(DefinitionFault fault, const std::string& text) {
+        faults_.failUnlessTolerant(fault, lineNumber_, text);
+    }
 
     Store& store_;
     const std::string path_;
@@ -82,7 +80,7 @@ class DbcReader {
     std::shared_ptr<CanIface> interface_;
     std::shared_ptr<RealMessage> currentMessage_;
     bool skipSignals_ = false;
-    std::map<DefinitionFault, Tally> tallies_;
+    DbcFaults faults_;
 };
 
 // ---- lines
@@ -112,7 +110,7 @@ void DbcReader::read(const std::string& interfaceName) {
     while (nextLine())
         handleLine();
     store_.dbcLoaded = true;
-    tellTallies();
+    faults_.tell();
 }
 
 bool DbcReader::nextLine() {
@@ -152,14 +150,14 @@ void DbcReader::handleLine() {
 void DbcReader::noteUnreadable() {
     if (!options_.sink && !options_.tolerant) return;
     std::string_view rest = line_;
-    while (!rest.empty() && isDbcSpace(rest.front()))
+    while (!rest.empty() && isScanSpace(rest.front()))
         rest.remove_prefix(1);
     for (const std::string_view word : {"BO_", "SG_", "SIG_VALTYPE_"}) {
         if (!rest.starts_with(word)) continue;
         rest.remove_prefix(word.size());
         // The words stand alone in the list of symbols, and in front of an underscore in others.
-        const bool hasFields =
-            rest.find_first_of("0123456789:") != std::string_view::npos && isDbcSpace(rest.front());
+        const bool hasFields = rest.find_first_of("0123456789:") != std::string_view::npos &&
+                               isScanSpace(rest.front());
         if (!hasFields || (skipSignals_ && word == "SG_")) return;
         if (!scannable_)
             noteLongLine();
@@ -182,7 +180,7 @@ bool DbcReader::readMessageLine() {
     if (!scanned) return false;
     std::string_view name = scanned->name;
     if (options_.tolerant)
-        while (name.size() > 1 && isDbcSpace(name.back()))
+        while (name.size() > 1 && isScanSpace(name.back()))
             name.remove_suffix(1);
     if (name == kNoRealMessage) {
         skipSignals_ = true;
@@ -321,35 +319,12 @@ std::shared_ptr<Signal> DbcReader::findSignal(std::uint32_t id, std::string_view
 }
 
 void DbcReader::readValueTable() {
-    std::string_view rest = line_;
-    std::shared_ptr<Signal> signal;
-    const std::size_t longest = options_.tolerant ? rest.size() : kLongestText;
-    for (;;) {
-        std::int32_t sign = 1;
-        while (!rest.empty() && !isDbcDigit(rest.front())) {
-            sign = rest.front() == '-' ? -1 : 1;
-            rest.remove_prefix(1);
-        }
-        const std::uint32_t digits = takeDbcDigits(rest);
-        if (rest.empty()) return;
-        if (!signal) {
-            const auto id = sign < 0 ? 0U - digits : digits;
-            rest.remove_prefix(std::min(rest.find_first_of(" \t"), rest.size() - 1) + 1);
-            const std::string_view name =
-                rest.substr(0, std::min(rest.find_first_of(" \t"), longest));
-            signal = findSignal(id, name);
-            if (!signal) return;
-            rest.remove_prefix(std::min(name.size(), rest.size()));
-            continue;
-        }
-        const auto opening = rest.find('"');
-        if (opening == std::string_view::npos) return;
-        rest.remove_prefix(opening + 1);
-        const std::string_view label = rest.substr(0, rest.find('"'));
-        const auto value = static_cast<std::int32_t>(sign < 0 ? 0U - digits : digits);
-        signal->valueLabels[value] = takeText(label.substr(0, longest));
-        rest.remove_prefix(label.size());
-    }
+    const auto table = scanDbcValueTable(line_, options_.tolerant ? line_.size() : kLongestText);
+    if (!table) return;
+    const auto signal = findSignal(table->id, table->signal);
+    if (!signal) return;
+    for (const auto& [value, label] : table->labels)
+        signal->valueLabels[value] = takeText(label);
 }
 
 // A text cut in the middle of a UTF-8 character loses the half.
@@ -404,36 +379,6 @@ void DbcReader::readDbcComment(bool isMessage) {
         rest = line_;
     }
     *comment = toValidUtf8(text);
-}
-
-// ---- faults
-
-void DbcReader::note(DefinitionFault fault, const std::string& text, bool endsLoad) {
-    Tally& tally = tallies_[fault];
-    if (tally.count++ == 0) tally.firstLine = lineNumber_;
-    if (!options_.sink) return;
-    const bool kept = options_.tolerant && tolerantMeans(fault) == TolerantMeans::kCostsNothing;
-    options_.sink({fault, shownPath_, lineNumber_, text, endsLoad, kept});
-}
-
-void DbcReader::failUnlessTolerant(DefinitionFault fault, const std::string& text) {
-    note(fault, text, !options_.tolerant);
-    if (!options_.tolerant) reportFatal(text);
-}
-
-void DbcReader::tellTallies() const {
-    if (!options_.tolerant || options_.sink) return;
-    for (const auto& [fault, tally] : tallies_) {
-        if (fault == DefinitionFault::kOpenComment) continue;  // told already
-        const std::string where =
-            tally.count == 1
-                ? format("once, in line %" PRIu64, tally.firstLine)
-                : format("%" PRIu64 " times, first in line %" PRIu64, tally.count, tally.firstLine);
-        const bool costsNothing = tolerantMeans(fault) == TolerantMeans::kCostsNothing;
-        report(costsNothing ? Level::kInfo : Level::kWarning,
-               format("DBC file %s: %s, %s", shownPath_.c_str(),
-                      std::string(faultName(fault)).c_str(), where.c_str()));
-    }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "app/diagnostics/Report.h"
+#include "input/stream/LittleEndian.h"
 #include "input/stream/StreamCodec.h"
 
 namespace trelis {
@@ -55,9 +56,7 @@ int EncryptedStream::readFrame(StreamCodec& codec, int socket, const std::string
     std::array<std::uint8_t, 4> word{};
     int code = readFully(codec, socket, word);
     if (code != kStreamDone) return code;
-    std::size_t length = 0;
-    for (std::size_t i = 0; i < word.size(); ++i)
-        length |= std::size_t{word[i]} << (8 * i);
+    const std::size_t length = loadLittleEndian<std::uint32_t>(word.data());
     if (length > kLongestFrame) reportFatal("Got invalid data length when decrypting");
 
     const auto frame = std::span(cipherBuffer_).first(length + hmacSize(crypt_));

@@ -1,15 +1,14 @@
 #include "input/HandleRecord.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
-#include <cstring>
-#include <limits>
-#include <optional>
+#include <utility>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "input/AscWriter.h"
+#include "input/TimeAxis.h"
+#include "input/stream/LittleEndian.h"
+#include "input/stream/StreamCodec.h"
 #include "model/FrameSource.h"
 #include "model/Message.h"
 #include "model/builtin/BitRate.h"
@@ -17,44 +16,31 @@
 namespace trelis {
 namespace {
 
-// What one turn of a record's 32-bit clock adds: one less than its range, as the logger counts.
-constexpr std::uint64_t kClockTurn = 4294967295;
-// A start time up to this far ahead of the running base is the clock's drift, not a pause.
-constexpr std::int64_t kMostDrift = 20000;
 constexpr std::uint32_t kErrorMessageId = 1;
 
-void tellTimeBase(const Store& store, std::uint64_t time, std::uint64_t base) {
+void setTimeBase(Store& store, std::uint64_t time, std::uint64_t base) {
+    store.timeBase = base;
     if (store.hooks.timeBaseListener) store.hooks.timeBaseListener(time, base);
-}
-
-// A base below 0 stands for a clock that started before the epoch, so sums wrap, and what they give
-// is compared as signed.
-bool isBefore(std::uint64_t time, std::uint64_t other) {
-    return static_cast<std::int64_t>(time) < static_cast<std::int64_t>(other);
 }
 
 std::uint64_t followClock(Store& store, std::uint32_t clock, std::uint64_t last) {
     std::uint64_t base = store.timeBase.load(std::memory_order_relaxed);
-    if (!isBefore(base + clock, last)) return base + clock;
-    base += kClockTurn;
-    store.timeBase = base;
-    report(Level::kWarning, format("can message timestamp has overflowed (%u)", clock));
-    tellTimeBase(store, base + clock, base);
+    if (isBefore(base + clock, last)) [[unlikely]] {
+        base += kCounterOverflowMs;
+        report(Level::kWarning, format("can message timestamp has overflowed (%u)", clock));
+        setTimeBase(store, base + clock, base);
+    }
     return base + clock;
 }
 
 std::uint64_t startAtAnchor(Store& store, std::uint32_t clock, std::uint64_t last) {
-    const std::uint64_t anchor = store.nextFileStart;
+    const std::uint64_t anchor = std::exchange(store.nextFileStart, 0);
     std::uint64_t base = store.timeBase;
-    const auto drift = static_cast<std::int64_t>(anchor - clock - base);
-    if (!store.firstFrame && !isBefore(base + clock, last) && drift <= kMostDrift)
-        return base + clock;
+    if (!store.firstFrame && baseGoesOn(base, clock, anchor, last)) return base + clock;
     store.firstFrame = false;
-    const std::uint64_t time = std::max(anchor, last);
-    base = time - clock;
-    store.timeBase = base;
-    tellTimeBase(store, time, base);
-    return time;
+    base = baseFor(clock, anchor, last);
+    setTimeBase(store, base + clock, base);
+    return base + clock;
 }
 
 std::uint64_t placeInTime(Store& store, std::uint32_t clock) {
@@ -65,34 +51,37 @@ std::uint64_t placeInTime(Store& store, std::uint32_t clock) {
     store.lastTime.store(time, std::memory_order_relaxed);
     if (time < store.firstTime.load(std::memory_order_relaxed))
         store.firstTime.store(time, std::memory_order_relaxed);
-    store.nextFileStart = 0;
     return time;
 }
 
-// Counts the frame on its bus and finds the message that wants it, if any.
-Message* receiverOf(Store& store, const Frame& record, std::uint64_t time) {
-    const bool isError = (record.id & kErrorFrameFlag) != 0;
-    const bool all = store.readAll.load(std::memory_order_relaxed);
-    std::uint32_t number = record.interface;
-    if (isError) {
-        number += kStatisticsOffset;
-    } else if (BitRate* rate = bitRateOf(store, number); rate != nullptr) {
-        if (all || rate->needsParse) rate->addFrame(time, record);
-    }
-    const CanIface* interface = store.findActiveInterface(number);
-    if (interface == nullptr) return nullptr;
-    Message* message = interface->findActive(isError ? kErrorMessageId : record.id);
-    return message != nullptr && (all || message->usedCount != 0) ? message : nullptr;
+void countFrames(Store& store, std::uint64_t frames) {
+    store.framesRead.store(store.framesRead.load(std::memory_order_relaxed) + frames,
+                           std::memory_order_relaxed);
 }
 
-// The record's absolute time, or nothing if it went to a dump.
-std::optional<std::uint64_t> acceptRecord(Store& store, const Frame& record) {
-    const std::uint64_t time = placeInTime(store, record.timestamp);
-    store.framesRead.store(store.framesRead.load(std::memory_order_relaxed) + 1,
-                           std::memory_order_relaxed);
-    if (!store.dumpAsc && !store.dumpToFile.load(std::memory_order_relaxed)) return time;
-    writeAscRecord(store, record, time);
-    return std::nullopt;
+bool isDumping(const Store& store) {
+    return store.dumpAsc || store.dumpToFile.load(std::memory_order_relaxed);
+}
+
+// The message that wants the frames of this id and interface, if any.
+Message* receiverOf(const Store& store, std::uint32_t id, std::uint32_t interfaceNumber) {
+    const bool isError = (id & kErrorFrameFlag) != 0;
+    const CanIface* interface =
+        store.findActiveInterface(isError ? interfaceNumber + kStatisticsOffset : interfaceNumber);
+    if (interface == nullptr) return nullptr;
+    Message* message = interface->findActive(isError ? kErrorMessageId : id);
+    const bool wanted = message != nullptr &&
+                        (store.readAll.load(std::memory_order_relaxed) || message->usedCount != 0);
+    return wanted ? message : nullptr;
+}
+
+// The bus load that counts this frame, if any; error frames have no length.
+BitRate* busLoadOf(const Store& store, std::uint32_t id, std::uint32_t interfaceNumber) {
+    if ((id & kErrorFrameFlag) != 0) return nullptr;
+    BitRate* rate = bitRateOf(store, interfaceNumber);
+    const bool wanted =
+        rate != nullptr && (store.readAll.load(std::memory_order_relaxed) || rate->needsParse);
+    return wanted ? rate : nullptr;
 }
 
 void tellFailure(std::uint32_t id, const std::exception& error) {
@@ -102,35 +91,77 @@ void tellFailure(std::uint32_t id, const std::exception& error) {
 }  // namespace
 
 void handleRecord(Store& store, const Frame& record) {
-    const auto time = acceptRecord(store, record);
-    if (!time) return;
+    const std::uint64_t time = placeInTime(store, record.timestamp);
+    countFrames(store, 1);
+    if (isDumping(store)) {
+        writeAscRecord(store, record, time);
+        return;
+    }
     try {
-        Message* receiver = receiverOf(store, record, *time);
-        if (receiver != nullptr) receiver->postFrame(record, *time);
+        if (BitRate* rate = busLoadOf(store, record.id, record.interface))
+            rate->addFrame(time, record);
+        if (Message* receiver = receiverOf(store, record.id, record.interface))
+            receiver->postFrame(record, time);
     } catch (const std::exception& error) {
         tellFailure(record.id, error);
     }
 }
 
-void RecordBatch::add(const Frame& record) {
-    const auto time = acceptRecord(store_, record);
-    if (!time) return;
+/// The fields of a record, each read by itself: a copy of the bytes would have to reach memory
+/// before its parts could be looked at.
+struct RecordBatch::Record {
+    explicit Record(const std::uint8_t* bytes, bool hasInterface)
+        : clock(loadLittleEndian<std::uint32_t>(bytes)),
+          id(loadLittleEndian<std::uint32_t>(bytes + 4)),
+          data(loadLittleEndian<std::uint64_t>(bytes + 9)),
+          dlc(bytes[8]),
+          interface(hasInterface ? bytes[17] : std::uint8_t{0}) {}
+
+    [[nodiscard]] Frame frame() const {
+        Frame frame;
+        frame.timestamp = clock;
+        frame.id = id;
+        frame.dlc = dlc;
+        frame.interface = interface;
+        storeLittleEndian(data, frame.data.data());
+        return frame;
+    }
+
+    std::uint32_t clock;
+    std::uint32_t id;
+    std::uint64_t data;  // the first byte in the lowest place
+    std::uint8_t dlc;
+    std::uint8_t interface;
+};
+
+inline void RecordBatch::take(const Record& record) {
+    const std::uint64_t time = placeInTime(store_, record.clock);
+    if (isDumping(store_)) {
+        writeAscRecord(store_, record.frame(), time);
+        return;
+    }
     try {
-        Message* receiver = receiverOf(store_, record, *time);
+        if (BitRate* rate = busLoadOf(store_, record.id, record.interface))
+            rate->addFrame(time, record.id, record.dlc, record.data);
+        Message* receiver = receiverOf(store_, record.id, record.interface);
         if (receiver == nullptr) return;
         std::vector<StoredFrame>* held = receiver->heldFrames();
         if (held == nullptr) {
-            receiver->postFrame(record, *time);
+            receiver->postFrame(record.frame(), time);
             return;
         }
         if (held->empty()) holders_.push_back(receiver);
-        std::uint64_t data = 0;
-        std::memcpy(&data, record.data.data(), sizeof data);
-        if constexpr (std::endian::native == std::endian::big) data = __builtin_bswap64(data);
-        held->emplace_back(*time, record.dlc, data);
+        held->emplace_back(time, record.dlc, record.data);
     } catch (const std::exception& error) {
         tellFailure(record.id, error);
     }
+}
+
+void RecordBatch::add(std::span<const std::uint8_t> records, std::size_t recordSize) {
+    const bool hasInterface = recordSize == kRecordSize;
+    countFrames(store_, records.size() / recordSize);
+    for (; records.size() >= recordSize; records = records.subspan(recordSize))
+        take(Record(records.data(), hasInterface));
 }
 
 void RecordBatch::flush() {

@@ -1,6 +1,9 @@
 // Takes the records of running inputs into the system and keeps their time axis rising.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <vector>
 
 namespace trelis {
@@ -25,12 +28,17 @@ class RecordBatch {
   public:
     explicit RecordBatch(Store& store) : store_(store) {}
 
-    void add(const Frame& record);
+    /// Takes the records of a block, each of `recordSize` bytes (see StreamCodec); bytes behind the
+    /// last whole one are ignored.
+    void add(std::span<const std::uint8_t> records, std::size_t recordSize);
     /// Decodes what was added. A decoding that fails costs the message its frames since the last
     /// flush.
     void flush();
 
   private:
+    struct Record;
+    void take(const Record& record);
+
     Store& store_;
     std::vector<Message*> holders_;  // messages with frames to decode, in order of the first one
 };

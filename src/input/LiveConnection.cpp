@@ -3,9 +3,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
-#include <bit>
-#include <cstring>
 #include <optional>
 
 #include "app/diagnostics/Report.h"
@@ -15,7 +12,6 @@
 #include "input/HandleRecord.h"
 #include "input/LiveRun.h"
 #include "input/LoggerSocket.h"
-#include "model/Frame.h"
 #include "virtual/VirtualRegistry.h"
 
 namespace trelis {
@@ -23,14 +19,6 @@ namespace {
 
 constexpr std::uint8_t kAskPlain = 0;
 constexpr std::uint8_t kAskEncrypted = 1;
-
-template <class Number>
-Number load(const std::uint8_t* bytes) {
-    Number value = 0;
-    for (std::size_t i = 0; i < sizeof value; ++i)
-        value = static_cast<Number>(value | Number{bytes[i]} << (8 * i));
-    return value;
-}
 
 /// What is left to do after one answer.
 enum class Answer { kGood, kLast };
@@ -54,10 +42,10 @@ class Session {
     void run() {
         if (initNetworkStreamCodec(link_.codec) != 0) reportFatal("Out of memory");
         while (!liveStopAsked(store_)) {
-            const SendResult sent = sendCommand(socket_, encrypted_ ? kAskEncrypted : kAskPlain);
+            const SendResult sent = sendCommand(store_, encrypted_ ? kAskEncrypted : kAskPlain);
             if (sent == SendResult::kNotNow) continue;
             if (sent == SendResult::kFailed) {
-                report(Level::kWarning, "Network failure");
+                tellUnlessStopped(Level::kWarning, "Network failure");
                 break;
             }
             if ((encrypted_ ? takeEncrypted() : takePlain()) == Answer::kLast) break;
@@ -72,22 +60,12 @@ class Session {
     }
 
   private:
-    void tellEnd() const {
-        if (!liveStopAsked(store_)) report(Level::kInfo, "Stream ended");
+    void tellUnlessStopped(Level level, const char* text) const {
+        if (!liveStopAsked(store_)) report(level, text);
     }
 
     void handleRecords() {
-        StreamCodec& codec = link_.codec;
-        std::array<std::uint8_t, kRecordSize> record{};
-        Frame frame;
-        while (nextRecord(codec, record)) {
-            frame.timestamp = load<std::uint32_t>(record.data());
-            frame.id = load<std::uint32_t>(record.data() + 4);
-            frame.dlc = record[8];
-            std::memcpy(frame.data.data(), record.data() + 9, frame.data.size());
-            frame.interface = record[17];
-            batch_.add(frame);
-        }
+        batch_.add(blockRecords(link_.codec), static_cast<std::size_t>(link_.codec.recordSize));
         batch_.flush();
     }
 
@@ -97,17 +75,17 @@ class Session {
                 handleRecords();
                 return Answer::kGood;
             case kStreamEnd:
-                tellEnd();
+                tellUnlessStopped(Level::kInfo, "Stream ended");
                 return Answer::kLast;
             default:
-                report(Level::kWarning, "Failed to unpack data from logger");
+                tellUnlessStopped(Level::kWarning, "Failed to unpack data from logger");
                 return Answer::kLast;
         }
     }
 
     Answer takeEncrypted() {
         int code = encrypted_->readFrame(link_.codec, socket_, store_.decryptionKey);
-        if (code == kStreamEnd) tellEnd();
+        if (code == kStreamEnd) tellUnlessStopped(Level::kInfo, "Stream ended");
         if (code != kStreamDone) return Answer::kLast;
         // One frame can hold many blocks, so a stop is looked for between them.
         do {

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t kLongestFile = 64 * 1024;
 constexpr const char* kDefaultPort = "777";
+constexpr std::size_t kMostFrame = 64;  // keys, signs and line ends of all lines
 
 struct Entry {
     const char* key;
@@ -44,18 +45,23 @@ void readLine(StoredConnection& connection, std::string_view line) {
 }
 
 // A line break in a value would make two lines of it.
-std::string line(std::string_view key, std::string_view value) {
-    std::string text(key);
-    text.append("=").append(value.substr(0, value.find_first_of("\r\n"))).append("\n");
-    return text;
+void addLine(std::string& text, std::string_view key, std::string_view value) {
+    text.append(key).append("=");
+    text.append(value.substr(0, value.find_first_of("\r\n"))).append("\n");
 }
 
 bool write(const std::string& path, const StoredConnection& connection, std::string_view dbcKey) {
-    std::string text = line("TITLE", connection.title) + line("SERVER", connection.server) +
-                       line("PORT", connection.port.empty() ? kDefaultPort : connection.port);
-    if (!connection.key.empty()) text += line("KEY", connection.key);
-    if (!connection.vsdFile.empty()) text += line("VSD", connection.vsdFile);
-    if (!connection.dbcFile.empty()) text += line(dbcKey, connection.dbcFile);
+    // Nothing moves once the key is in: its text is wiped below and must have no copies.
+    std::string text;
+    text.reserve(connection.title.size() + connection.server.size() + connection.port.size() +
+                 connection.key.size() + connection.vsdFile.size() + connection.dbcFile.size() +
+                 kMostFrame);
+    addLine(text, "TITLE", connection.title);
+    addLine(text, "SERVER", connection.server);
+    addLine(text, "PORT", connection.port.empty() ? kDefaultPort : connection.port);
+    if (!connection.key.empty()) addLine(text, "KEY", connection.key);
+    if (!connection.vsdFile.empty()) addLine(text, "VSD", connection.vsdFile);
+    if (!connection.dbcFile.empty()) addLine(text, dbcKey, connection.dbcFile);
     bool written = true;
     try {
         replaceFile(path, text, kPrivateMode);
@@ -70,7 +76,9 @@ bool write(const std::string& path, const StoredConnection& connection, std::str
 }  // namespace
 
 std::optional<StoredConnection> readStoredConnection(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file;
+    file.rdbuf()->pubsetbuf(nullptr, 0);  // a buffer would keep the key
+    file.open(path, std::ios::binary);
     std::string text(kLongestFile, '\0');
     if (!file || (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && file.bad()))
         return std::nullopt;

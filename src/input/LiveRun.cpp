@@ -1,5 +1,6 @@
 #include "input/LiveRun.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "app/store/Store.h"
@@ -19,6 +20,16 @@ void finishMessages(Store& store) {
         if (rate) rate->flushSamples();
 }
 
+// Messages stop decoding at the first signal that is not in use; while liveMode is set their own
+// counting leaves the order as it is.
+void sortByUse(Store& store) {
+    for (const auto& [number, interface] : store.interfaces)
+        for (const auto& [id, message] : interface->messages)
+            std::stable_sort(
+                message->parseOrder.begin(), message->parseOrder.end(),
+                [](const auto& one, const auto& other) { return one->useCount > other->useCount; });
+}
+
 }  // namespace
 
 std::uint64_t wallClockMs() {
@@ -32,7 +43,9 @@ bool liveStopAsked(const Store& store) {
 }
 
 void beginLiveRun(Store& store, std::uint64_t startTime) {
-    store.readAll = true;
+    // In a window any signal may be looked at later, without one only what is in use now.
+    store.readAll = !store.noGui;
+    if (store.noGui) sortByUse(store);
     resetTimeAxis(store);
     store.nextFileStart = startTime;
     store.parseFirstTime = startTime;

@@ -17,8 +17,9 @@ std::uint64_t wallClockMs();
 /// Whether the worker is to leave its live input. Any thread.
 [[nodiscard]] bool liveStopAsked(const Store& store);
 
-/// Sets up the time axis for frames whose first one belongs to `startTime` (ms since the epoch),
-/// decodes all signals from now on, and makes the look-up of the active messages anew.
+/// Sets up the time axis for frames whose first one belongs to `startTime` (ms since the epoch) and
+/// makes the look-up of the active messages anew. With a window all signals are decoded from now
+/// on, without one those that are in use.
 void beginLiveRun(Store& store, std::uint64_t startTime);
 
 /// After a batch of frames: keeps the end of the axis at least one window ahead of the data, and

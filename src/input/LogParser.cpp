@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <bit>
-#include <cstring>
 
 #include "app/diagnostics/Report.h"
+#include "input/TimeAxis.h"
+#include "input/stream/LittleEndian.h"
 #include "input/stream/StreamCodec.h"
 #include "model/Frame.h"
 
@@ -20,8 +19,6 @@ std::int32_t parserThreadLimit = -1;
 
 namespace {
 
-// A file whose start lies this much or more behind the running base was recorded after a break.
-constexpr std::int64_t kBreakMs = 20001;
 constexpr std::int32_t kUnknownThreads = 20;
 // Frames from one to the one after the next cache line.
 constexpr std::ptrdiff_t kPrefetchFrames = 8;
@@ -55,19 +52,6 @@ std::uint64_t threadLimit() {
 std::uint64_t takeSequence() {
     const std::lock_guard lock(gate().mutex);
     return gate().nextSequence++;
-}
-
-template <class T>
-T load(const std::uint8_t* bytes) {
-    T value;
-    std::memcpy(&value, bytes, sizeof value);
-    if constexpr (std::endian::native == std::endian::big) {
-        if constexpr (sizeof value == 4)
-            value = static_cast<T>(__builtin_bswap32(static_cast<std::uint32_t>(value)));
-        else
-            value = static_cast<T>(__builtin_bswap64(static_cast<std::uint64_t>(value)));
-    }
-    return value;
 }
 
 struct FileCloser {
@@ -253,8 +237,8 @@ void LogParser::growGroup(Group& group) {
 }
 
 inline void LogParser::keepFrame(const std::uint8_t* record, LogFilter::Verdict verdict) {
-    const std::uint64_t time = follow(load<std::uint32_t>(record));
-    const auto data = load<std::uint64_t>(record + 9);
+    const std::uint64_t time = follow(loadLittleEndian<std::uint32_t>(record));
+    const auto data = loadLittleEndian<std::uint64_t>(record + 9);
     if (verdict.keep != LogFilter::Keep::kOrder) {
         Group& group = groups_[verdict.group];
         if (group.next == group.end) [[unlikely]]
@@ -266,7 +250,8 @@ inline void LogParser::keepFrame(const std::uint8_t* record, LogFilter::Verdict 
     }
     if (verdict.keep != LogFilter::Keep::kGroup) {
         const std::uint8_t interface = recordSize_ > 17 ? record[17] : std::uint8_t{0};
-        ordered_.push_back({time, data, load<std::uint32_t>(record + 4), record[8], interface});
+        ordered_.push_back(
+            {time, data, loadLittleEndian<std::uint32_t>(record + 4), record[8], interface});
     }
 }
 
@@ -275,12 +260,12 @@ void LogParser::filterBlock(const std::uint8_t* records, std::size_t length) {
     const bool hasInterface = size > 17;
     const LogFilter& filter = shared_->filter;
     for (const std::uint8_t* record = records; length >= size; record += size, length -= size) {
-        const auto verdict =
-            filter.check(load<std::uint32_t>(record + 4), hasInterface ? record[17] : 0U);
+        const auto verdict = filter.check(loadLittleEndian<std::uint32_t>(record + 4),
+                                          hasInterface ? record[17] : 0U);
         if (verdict.keep != LogFilter::Keep::kNothing)
             keepFrame(record, verdict);
         else if (firstFrame_)
-            follow(load<std::uint32_t>(record));  // it anchors the time base
+            follow(loadLittleEndian<std::uint32_t>(record));  // it anchors the time base
     }
 }
 
@@ -298,12 +283,8 @@ bool LogParser::waitUntilFramesReady() {
 
 std::uint64_t placeFile(std::uint64_t startTime, std::uint32_t firstTimestamp, std::uint64_t base,
                         std::uint64_t lastTime) {
-    const std::uint64_t ownBase = startTime - firstTimestamp;
-    const std::uint64_t newBase = lastTime > startTime ? lastTime - firstTimestamp : ownBase;
-    if (base == 0) return newBase;
-    // Both differences can run below zero.
-    if (static_cast<std::int64_t>(base + firstTimestamp - lastTime) < 0) return newBase;
-    return static_cast<std::int64_t>(ownBase - base) >= kBreakMs ? newBase : base;
+    const bool goesOn = base != 0 && baseGoesOn(base, firstTimestamp, startTime, lastTime);
+    return goesOn ? base : baseFor(firstTimestamp, startTime, lastTime);
 }
 
 std::uint64_t LogParser::fixTimestamps(std::uint64_t base, std::uint64_t& firstTime,

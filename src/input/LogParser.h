@@ -35,10 +35,6 @@ struct OrderedFrame {
 std::uint64_t placeFile(std::uint64_t startTime, std::uint32_t firstTimestamp, std::uint64_t base,
                         std::uint64_t lastTime);
 
-/// What an overflow of the logger's 32-bit counter adds to the base: one less than its range, as
-/// recordings in the field are read by everybody.
-inline constexpr std::uint64_t kCounterOverflowMs = 0xFFFFFFFF;
-
 /// From waiting for its turn over reading, file done and frames ready to destroyed. The read thread
 /// alone writes the frames until the file is done, the Store's worker places them in time, and then
 /// the message threads take them. Destroying it frees what it holds and lets the next file start.

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <optional>
 
@@ -20,7 +19,6 @@
 namespace trelis {
 namespace {
 
-constexpr std::chrono::seconds kConnectTimeout{10};
 constexpr int kPatienceMs = 100;  // between two looks at the request to stop
 
 /// Closes what was not handed on.
@@ -55,8 +53,8 @@ std::optional<sockaddr_in> resolve(const Store& store) {
 }
 
 // How a connect that is under way ended: 0 or an error number. ECANCELED: the run is to stop.
-int awaitConnection(const Store& store, int fd) {
-    const auto deadline = std::chrono::steady_clock::now() + kConnectTimeout;
+int awaitConnection(const Store& store, int fd, std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     while (std::chrono::steady_clock::now() < deadline) {
         if (liveStopAsked(store)) return ECANCELED;
         pollfd waiting{fd, POLLOUT, 0};
@@ -70,15 +68,16 @@ int awaitConnection(const Store& store, int fd) {
     return ETIMEDOUT;
 }
 
-int establish(const Store& store, int fd, const sockaddr_in& address) {
+int establish(const Store& store, int fd, const sockaddr_in& address,
+              std::chrono::milliseconds patience) {
     if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return 0;
     if (errno != EINPROGRESS && errno != EAGAIN && errno != EINTR) return errno;
-    return awaitConnection(store, fd);
+    return awaitConnection(store, fd, patience);
 }
 
 }  // namespace
 
-int connectToLogger(Store& store) {
+int connectToLogger(Store& store, std::chrono::milliseconds patience) {
     SocketGuard guard(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (guard.get() < 0 || fcntl(guard.get(), F_SETFL, O_NONBLOCK) != 0) {
         report(Level::kWarning, "Network connection failed");
@@ -89,7 +88,7 @@ int connectToLogger(Store& store) {
         report(Level::kWarning, "Network connection failed, no such host");
         return kNoSuchHost;
     }
-    const int error = establish(store, guard.get(), *address);
+    const int error = establish(store, guard.get(), *address, patience);
     if (error != 0) {
         if (error != ECANCELED)
             report(Level::kWarning, format("Network connection failed: %s", std::strerror(error)));
@@ -99,15 +98,17 @@ int connectToLogger(Store& store) {
     return store.socket;
 }
 
-SendResult sendCommand(int socket, std::uint8_t command) {
-    if (send(socket, &command, 1, MSG_NOSIGNAL) == 1) return SendResult::kSent;
+SendResult sendCommand(const Store& store, std::uint8_t command) {
+    if (send(store.socket, &command, 1, MSG_NOSIGNAL) == 1) return SendResult::kSent;
     if (errno == EINTR) return SendResult::kNotNow;
     if (errno == EAGAIN || errno == EWOULDBLOCK) {
-        pollfd waiting{socket, POLLOUT, 0};
+        pollfd waiting{store.socket, POLLOUT, 0};
         poll(&waiting, 1, kPatienceMs);
         return SendResult::kNotNow;
     }
-    streamLog(StreamLevel::kWarning, "Write error: %s", std::strerror(errno));
+    // A stop shuts the socket down under the writer.
+    if (!liveStopAsked(store))
+        streamLog(StreamLevel::kWarning, "Write error: %s", std::strerror(errno));
     return SendResult::kFailed;
 }
 

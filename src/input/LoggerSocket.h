@@ -1,6 +1,7 @@
 // The TCP connection to a logger.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 namespace trelis {
@@ -14,16 +15,17 @@ inline constexpr int kNotConnected = -3;
 
 /// Connects to Store::hostName and Store::port over IPv4 and gives the socket, which is
 /// non-blocking, becomes Store::socket and is the caller's to close. A failure is told at WRN.
-/// Waits at most ten seconds for the peer and gives up silently when the live run is to stop; the
+/// Waits at most `patience` for the peer and gives up silently when the live run is to stop; the
 /// look-up of the host's name takes as long as the system's resolver does.
-int connectToLogger(Store& store);
+int connectToLogger(Store& store, std::chrono::milliseconds patience = std::chrono::seconds(10));
 
 /// How a command byte went out.
 enum class SendResult {
     kSent,
     kNotNow,  ///< the peer takes nothing at present; some time was spent waiting for it
-    kFailed,  ///< the diagnostic has been printed
+    kFailed,  ///< the diagnostic has been printed, unless the live run is to stop
 };
-SendResult sendCommand(int socket, std::uint8_t command);
+/// Sends one byte over Store::socket.
+SendResult sendCommand(const Store& store, std::uint8_t command);
 
 }  // namespace trelis

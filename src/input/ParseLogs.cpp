@@ -1,5 +1,4 @@
 // The pass over all recordings: who waits for whom, and in which order things end.
-#include <cstring>
 #include <deque>
 #include <exception>
 #include <system_error>
@@ -10,6 +9,8 @@
 #include "input/AscWriter.h"
 #include "input/LogFiles.h"
 #include "input/LogParser.h"
+#include "input/TimeAxis.h"
+#include "input/stream/LittleEndian.h"
 #include "model/Message.h"
 #include "model/builtin/BitRate.h"
 
@@ -111,7 +112,7 @@ void feedOrdered(Store& store, const LogParser& parser) {
         frame.id = ordered.id;
         frame.dlc = ordered.dlc;
         frame.interface = ordered.interface;
-        std::memcpy(frame.data.data(), &ordered.data, sizeof ordered.data);
+        storeLittleEndian(ordered.data, frame.data.data());
         frame.absoluteTime = parser.baseTime() + ordered.time;
         if ((frame.id & kErrorFrameFlag) == 0) {
             BitRate* rate = bitRateOf(store, frame.interface);
@@ -130,13 +131,6 @@ void setTimeBase(Store& store, std::uint64_t base, std::uint64_t lastTime) {
     if (changed && store.hooks.timeBaseListener) store.hooks.timeBaseListener(lastTime, base);
 }
 
-template <class T>
-T load(const std::uint8_t* bytes) {
-    T value;
-    std::memcpy(&value, bytes, sizeof value);
-    return value;
-}
-
 // Writes a file's frames as they are read, following the counter frame by frame.
 void dumpFile(Store& store, LogParser& parser) {
     AscWriter& writer = store.ascDump->writer();
@@ -147,21 +141,21 @@ void dumpFile(Store& store, LogParser& parser) {
         const std::size_t size = parser.recordSize();
         const std::uint8_t* record = block->records.data();
         for (std::size_t left = block->length; left >= size; left -= size, record += size) {
-            const auto timestamp = load<std::uint32_t>(record);
+            const auto timestamp = loadLittleEndian<std::uint32_t>(record);
             if (!placed) [[unlikely]] {
                 if (base == 0) store.parseFirstTime = parser.startTime();
                 base = placeFile(parser.startTime(), timestamp, base, last);
                 placed = true;
             }
-            if (base + timestamp < last) [[unlikely]] {
+            if (isBefore(base + timestamp, last)) [[unlikely]] {
                 report(Level::kWarning,
                        format("can message timestamp has overflowed (%u)\n", timestamp));
                 base += kCounterOverflowMs;
             }
             last = base + timestamp;
-            writer.write(load<std::uint32_t>(record + 4), record[8],
-                         load<std::uint64_t>(record + 9), size > 17 ? record[17] : std::uint8_t{0},
-                         last);
+            writer.write(loadLittleEndian<std::uint32_t>(record + 4), record[8],
+                         loadLittleEndian<std::uint64_t>(record + 9),
+                         size > 17 ? record[17] : std::uint8_t{0}, last);
         }
         parser.recycleBlock(std::move(block));
         if (!store.dumpToFile) writer.flushIfLate();

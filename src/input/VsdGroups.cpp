@@ -7,7 +7,7 @@
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
-#include "input/DbcScan.h"
+#include "input/FieldScanner.h"
 #include "input/VsdFile.h"
 #include "model/Signal.h"
 #include "virtual/SignalFactory.h"
@@ -85,7 +85,7 @@ std::string VsdGroups::nameFault(const std::string& name, const std::string& pat
         return format(
             "Failed to parse VSD file %s, signal: %s, is not formatted as <msgName>.<sigName>",
             file, name.c_str());
-    if (std::any_of(name.begin(), name.end(), isDbcSpace))
+    if (std::any_of(name.begin(), name.end(), isScanSpace))
         return format("Failed to parse VSD file %s, signal '%s' contains spaces", file,
                       name.c_str());
     return {};

@@ -24,8 +24,8 @@ std::int32_t muxNumber(double value) {
 
 }  // namespace
 
-RealSignal::RealSignal(const std::shared_ptr<Message>& owner, const std::string& signalName,
-                       double low, double high)
+RealSignal::RealSignal(Making /*by*/, const std::shared_ptr<Message>& owner,
+                       const std::string& signalName, double low, double high)
     : Signal(owner, signalName, low, high) {}
 
 std::shared_ptr<RealSignal> RealSignal::create(const std::shared_ptr<Message>& message,
@@ -33,11 +33,7 @@ std::shared_ptr<RealSignal> RealSignal::create(const std::shared_ptr<Message>& m
                                                std::uint32_t bitLength, std::int32_t intel,
                                                char sign, const std::string& unit, double factor,
                                                double offset, double min, double max) {
-    struct Constructible : RealSignal {
-        Constructible(const std::shared_ptr<Message>& m, const std::string& n, double a, double b)
-            : RealSignal(m, n, a, b) {}
-    };
-    auto signal = std::make_shared<Constructible>(message, name, min, max);
+    auto signal = std::make_shared<RealSignal>(Making{}, message, name, min, max);
     signal->startBit = startBit;
     signal->bitLength = bitLength;
     signal->intel = intel;

@@ -18,8 +18,13 @@ class RealMessage;
 inline constexpr std::int32_t kPlainSignal = -1;
 inline constexpr std::int32_t kMultiplexor = -2;
 
-class RealSignal : public Signal {
+class RealSignal final : public Signal {
+    struct Making {};  // only create() can name it
+
   public:
+    RealSignal(Making, const std::shared_ptr<Message>& message, const std::string& name, double min,
+               double max);
+
     /// A signal of 0 bits is a rate signal: it flips at every frame. `intel`: 1 little-endian, 0
     /// big-endian. `sign`: '-' or '+'. The range becomes the plot limits unless both ends are 0.
     static std::shared_ptr<RealSignal> create(const std::shared_ptr<Message>& message,
@@ -67,9 +72,6 @@ class RealSignal : public Signal {
     std::int32_t muxValue = kPlainSignal;
 
   private:
-    RealSignal(const std::shared_ptr<Message>& message, const std::string& name, double min,
-               double max);
-
     [[nodiscard]] double physical(std::uint32_t raw) const;
     [[nodiscard]] double physicalWide(std::uint64_t data) const;
     [[nodiscard]] double scaled(double value) const;

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -9,6 +14,7 @@
 
 #include "input/LineReader.h"
 #include "input/Recording.h"
+#include "model/ParseNumber.h"
 #include "model/RealMessage.h"
 #include "model/builtin/BitRate.h"
 #include "model/builtin/BuiltinMessages.h"
@@ -63,6 +69,47 @@ TEST(AscLine, passesOverAllElse) {
           "0.0010 1 ErrorFrame", "0.0010 1 xyz Rx d 1 0", "0.0010 a 123 Rx d 1 0",
           "1e300 1 123 Rx d 1 0", "2024-03-04 08:00:00.000 1 123 Rx d 1 00"})
         EXPECT_EQ(told(line), "") << line;
+}
+
+// What a line is to be by the C library.
+std::string toldByLibrary(const std::string& line) {
+    char time[128] = {}, id[128] = {}, data[128] = {};
+    unsigned char channel = 0, length = 0;
+    const auto scan = [&](const char* pattern) {
+        data[0] = '\0';
+        const int fields = std::sscanf(line.c_str(), pattern, time, &channel, id, &length, data);
+        return fields == 5 || (fields == 4 && length == 0);
+    };
+    const bool extended = scan("%127s %hhu %127[^x]x Rx d %hhu %127[0-9A-Fa-f ]");
+    if (!extended && !scan("%127s %hhu %127s Rx d %hhu %127[0-9A-Fa-f ]")) return "";
+    const auto seconds = parseNumber(time);
+    const char* digits = id + std::strspn(id, " \t");
+    if (!seconds || std::isxdigit(*digits) == 0) return "";
+    std::ostringstream text;
+    text << static_cast<std::uint32_t>(std::llround(seconds->value * 1000)) << ' ' << std::hex
+         << ((std::strtoul(digits, nullptr, 16) & kIdMask) | (extended ? kExtendedIdFlag : 0U))
+         << std::dec << ' ' << int{length} << ' ' << int{static_cast<std::uint8_t>(channel - 1)}
+         << std::hex;
+    char* rest = data;
+    for (unsigned i = 0; i < dataLength(length); ++i)
+        text << ' ' << (std::strtoul(rest, &rest, 16) & 0xFF);
+    return text.str();
+}
+
+TEST(AscLine, agreesWithTheLibraryOnDamagedLines) {
+    constexpr std::string_view kAlphabet = " \tx0aFRd5-+T";
+    test::Randomness random;
+    SCOPED_TRACE(random.trace());
+    for (int round = 0; round < 20000; ++round) {
+        std::string line = random.below(2) == 0 ? "1 2 18FEF100x Rx d 3 0 7F ff" : "1 0 7FF Rx d 0";
+        for (std::uint32_t edits = random.below(4); edits > 0; --edits) {
+            const auto at = random.below(static_cast<std::uint32_t>(line.size()));
+            const auto way = random.below(3);
+            if (way != 1) line.erase(at, 1);
+            if (way != 2) line.insert(at, 1, kAlphabet[random.below(kAlphabet.size())]);
+        }
+        ASSERT_EQ(told(line), toldByLibrary(line)) << line;
+    }
 }
 
 class AscImportTest : public ::testing::Test {

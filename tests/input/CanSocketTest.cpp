@@ -72,6 +72,7 @@ class CanSocketTest : public testing::Test {
         owner->addMessage(message);
         signal_ = RealSignal::create(message, "S", 0, 8, 1, '+', "", 1, 0, 0, 0);
         message->addSignal("S", signal_);
+        signal_->setSelected(true);
         takeMessages();
     }
 
@@ -107,12 +108,12 @@ TEST_F(CanSocketTest, FramesAreDecodedUntilTheInterfaceFails) {
     pair.put({}, 1);  // no frame
     readCanFrames(store_, pair.near.get());
     EXPECT_EQ(store_.framesRead, 50U);
-    const ValueRuns values = valuesOf(store_);
-    ASSERT_EQ(values.at("Can0.M.S").size(), 50U);
-    EXPECT_EQ(values.at("Can0.M.S").front(), 1.0);
-    EXPECT_EQ(values.at("Can0.M.S").back(), 50.0);
+    const auto values = valuesOf(store_).at("Can0.M.S");
+    ASSERT_EQ(values.size(), 50U);
+    EXPECT_EQ(values.front().value, 1.0);
+    EXPECT_EQ(values.back().value, 50.0);
     EXPECT_GE(store_.parseLastTime, store_.firstTime + kLiveWindowMs);
-    EXPECT_EQ(takeMessages(), std::vector<std::string>{"kvaser dongle read error"});
+    EXPECT_EQ(takeMessages(), Texts{"WRN kvaser dongle read error"});
     EXPECT_FALSE(store_.running);
 }
 
@@ -124,7 +125,7 @@ TEST_F(CanSocketTest, SilentInterfaceCanBeStopped) {
         std::this_thread::yield();
     store_.running = false;
     reader.join();
-    EXPECT_TRUE(takeMessages().empty());
+    EXPECT_EQ(takeMessages(), Texts{});
 }
 
 TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
@@ -136,7 +137,7 @@ TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
     // Which of the two depends on whether the kernel knows CAN at all.
     EXPECT_NE(printed.find("Could not determine interface index for channel 987654"),
               printed.find("open socket failed: "));
-    EXPECT_EQ(takeMessages(), std::vector<std::string>{"couldn't connect to kvaser dongle"});
+    EXPECT_EQ(takeMessages(), Texts{"ERR couldn't connect to kvaser dongle"});
 }
 
 /// The number of an interface "can<N>" that is up, or -1.

@@ -1,44 +1,23 @@
 #include "input/DbcReader.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <bit>
-#include <filesystem>
-#include <fstream>
 
 #include "app/diagnostics/Exceptions.h"
-#include "app/diagnostics/MessageLog.h"
-#include "app/store/Store.h"
+#include "input/DefinitionRig.h"
 #include "model/RealMessage.h"
 
 namespace trelis {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-class DbcReader : public ::testing::Test {
+class DbcReader : public test::DefinitionTest {
   protected:
-    DbcReader() {
-        std::string name = (fs::temp_directory_path() / "dbcXXXXXX").string();
-        directory = ::mkdtemp(name.data());
-        store.noGui = true;
-        takeMessages();
-    }
-    ~DbcReader() override { fs::remove_all(directory); }
-
-    static std::string takeMessages() {
-        std::string texts;
-        while (!MessageLog::instance().isEmpty())
-            texts += MessageLog::instance().pop().text + "\n";
-        return texts;
-    }
-
-    void load(std::string_view content, bool tolerant = false) {
-        const fs::path path = directory / "a.dbc";
-        std::ofstream(path, std::ios::binary) << content;
+    void load(const std::string& content, bool tolerant = false) {
+        const std::string path = folder.write("a.dbc", content);
         DbcReadOptions options{.tolerant = tolerant, .sink = {}};
         options.sink = [this](const DefinitionFinding& found) {
             findings.emplace_back(found.fault, found.line);
@@ -47,7 +26,7 @@ class DbcReader : public ::testing::Test {
         readDbcFile(store, path, 0, "Can", options);
     }
     /// How a load ends: "" or the text of the exception, or the messages of PrintMsgError.
-    std::string loadFailure(std::string_view content, bool tolerant = false) {
+    std::string loadFailure(const std::string& content, bool tolerant = false) {
         store.clearAll();
         takeMessages();
         try {
@@ -65,8 +44,6 @@ class DbcReader : public ::testing::Test {
 
     using Place = std::pair<DefinitionFault, std::uint64_t>;
     std::vector<Place> findings;
-    fs::path directory;
-    Store store;
 };
 
 constexpr const char* kPlain =
@@ -108,15 +85,15 @@ TEST_F(DbcReader, anEmptyFileMakesTheInterface) {
 }
 
 TEST_F(DbcReader, whatCannotBeOpenedChangesNothing) {
-    readDbcFile(store, directory / "none.dbc", 0, "Can");
-    EXPECT_EQ(takeMessages(),
-              "Could not open DBC file: " + (directory / "none.dbc").string() + "\n");
+    const std::string none = folder.file("none.dbc");
+    readDbcFile(store, none, 0, "Can");
+    EXPECT_EQ(takeMessages(), "Could not open DBC file: " + none + "\n");
     EXPECT_TRUE(store.interfaces.empty());
     EXPECT_FALSE(store.dbcLoaded);
-    EXPECT_THROW(readDbcFile(store, directory, 0, "Can"), PrintMsgError);
+    EXPECT_THROW(readDbcFile(store, folder.file(""), 0, "Can"), PrintMsgError);
     EXPECT_EQ(takeMessages(),
-              "Could not open DBC file " + directory.string() + ", path is a directory\n");
-    const std::string pipe = directory / "pipe";
+              "Could not open DBC file " + folder.file("") + ", path is a directory\n");
+    const std::string pipe = folder.file("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     readDbcFile(store, pipe, 0, "Can");
     EXPECT_EQ(takeMessages(), "Could not open DBC file: " + pipe + "\n");
@@ -252,14 +229,14 @@ TEST_F(DbcReader, faultsEndTheLoadUnlessTolerant) {
 }
 
 TEST_F(DbcReader, tolerantlyEachKindOfFaultIsToldOnce) {
-    const fs::path path = directory / "a.dbc";
-    std::ofstream(path) << kPlain << "VAL_ 9 S 1 \"x\" ;\nVAL_ 8 S 1 \"x\" ;\n"
-                        << " SG_ W : 0|40@1+ (1,0) [0|0] \"\" X\n";
+    const std::string path =
+        folder.write("a.dbc", kPlain + "VAL_ 9 S 1 \"x\" ;\nVAL_ 8 S 1 \"x\" ;\n"s +
+                                  " SG_ W : 0|40@1+ (1,0) [0|0] \"\" X\n");
     store.tolerantDefinitions = true;
     readDbcFile(store, path, 0, "Can");
     EXPECT_EQ(takeMessages(),
-              "DBC file " + path.string() + ": signal of more than 32 bits, once, in line 6\n" +
-                  "DBC file " + path.string() +
+              "DBC file " + path + ": signal of more than 32 bits, once, in line 6\n" +
+                  "DBC file " + path +
                   ": value table or type of an unknown signal, 2 times, first in line 4\n");
 }
 
@@ -311,9 +288,9 @@ TEST_F(DbcReader, filesOfOneInterfaceAddUpAndInterfacesStayApart) {
     load(kPlain);
     load("BO_ 101 N: 8 X\n");
     EXPECT_EQ(store.findInterfaceByNumber(0)->messages.size(), 2U);
-    readDbcFile(store, directory / "a.dbc", 1, "Other");
+    readDbcFile(store, folder.file("a.dbc"), 1, "Other");
     EXPECT_EQ(store.getMessage(1, 101)->name, "N");
-    EXPECT_THROW(readDbcFile(store, directory / "a.dbc", 2, "Other"), PrintMsgError);
+    EXPECT_THROW(readDbcFile(store, folder.file("a.dbc"), 2, "Other"), PrintMsgError);
 }
 
 }  // namespace

@@ -50,14 +50,6 @@ class HandleRecordTest : public ::testing::Test {
     std::vector<std::pair<std::uint64_t, std::uint64_t>> bases;
 };
 
-TEST_F(HandleRecordTest, countsFromTheBaseWithoutAnAnchor) {
-    EXPECT_EQ(timeOf(500), 500U);
-    EXPECT_EQ(timeOf(700), 700U);
-    EXPECT_EQ(store.firstTime, 500U);
-    EXPECT_EQ(store.framesRead, 2U);
-    EXPECT_TRUE(bases.empty());
-}
-
 TEST_F(HandleRecordTest, takesAFallingClockForItsOverflow) {
     timeOf(4'294'967'000, 1'000'000);
     EXPECT_EQ(store.lastTime, 1'000'000U);

@@ -1,8 +1,12 @@
 // A Store whose model is that of a scenario, and a logger that serves its frames.
 #pragma once
 
+#include <glibmm/init.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -12,8 +16,13 @@
 
 #include "app/diagnostics/MessageLog.h"
 #include "app/store/Store.h"
+#include "input/DbcReader.h"
+#include "input/LiveConnection.h"
+#include "input/Recording.h"
+#include "input/stream/BlockMaker.h"
 #include "model/RealMessage.h"
 #include "model/RealSignal.h"
+#include "simlogger/Definitions.h"
 #include "simlogger/Presets.h"
 #include "simlogger/Scenario.h"
 #include "simlogger/Server.h"
@@ -26,41 +35,22 @@ inline sim::Scenario smallScenario() {
     return scenario;
 }
 
-inline std::shared_ptr<RealSignal> makeSignal(const std::shared_ptr<RealMessage>& message,
-                                              const sim::SignalSpec& spec) {
-    auto signal = RealSignal::create(message, spec.name, spec.start, spec.bits,
-                                     spec.bigEndian ? 0 : 1, spec.isSigned ? '-' : '+', spec.unit,
-                                     spec.factor, spec.offset, spec.minimum, spec.maximum);
-    if (spec.isFloat) signal->setFloat();
-    return signal;
-}
-
-/// Builds the interfaces, messages and signals of the scenario, all of them selected.
+/// Reads the interfaces, messages and signals of the scenario and selects them all.
 inline void buildModel(Store& store, const sim::Scenario& scenario) {
-    for (const auto& [number, interface] : scenario.interfaces)
-        store.addInterface(interface.name, number);
+    const ScratchFolder folder;
     const RecountBatch batch(store);
-    for (const sim::MessageSpec& spec : scenario.messages) {
-        const auto owner = store.findInterfaceByNumber(spec.interface);
-        if (!owner) continue;  // the logger's own
-        auto message = RealMessage::create(spec.id, spec.name, owner);
-        owner->addMessage(message);
-        for (const sim::SignalSpec& signalSpec : spec.signals) {
-            auto signal = makeSignal(message, signalSpec);
-            if (signalSpec.mux >= 0) signal->muxValue = signalSpec.mux;
-            if (signalSpec.mux == sim::SignalSpec::kMultiplexor) {
-                message->multiplexor = makeSignal(message, signalSpec);
-                message->multiplexor->muxValue = kMultiplexor;
-            }
-            message->addSignal(signalSpec.name, signal);
-            signal->setSelected(true);
-        }
+    for (const auto& [number, interface] : scenario.interfaces) {
+        const std::string dbc = folder.write("a.dbc", sim::dbcText(scenario, number));
+        readDbcFile(store, dbc, number, interface.name);
+        for (const auto& [id, message] : store.findInterfaceByNumber(number)->messages)
+            message->selectAll(true);
     }
 }
 
-/// The values that each signal went through. What the ways of storing differ in is how often a
-/// value that does not change is stored, so repetitions are left out.
-using ValueRuns = std::map<std::string, std::vector<double>>;
+/// The values that each signal went through, each with its time since the first frame. What the
+/// ways of storing differ in is how often a value that does not change is stored, so repetitions
+/// are left out.
+using ValueRuns = std::map<std::string, std::vector<Sample>>;
 
 inline ValueRuns valuesOf(const Store& store) {
     ValueRuns runs;
@@ -69,18 +59,56 @@ inline ValueRuns valuesOf(const Store& store) {
             for (const auto& signal : message->signals) {
                 auto& values = runs[signal->fullName];
                 for (const Sample& sample : signal->samples())
-                    if (values.empty() || values.back() != sample.value)
-                        values.push_back(sample.value);
+                    if (values.empty() || values.back().value != sample.value)
+                        values.push_back({sample.time - store.firstTime, sample.value});
             }
     return runs;
 }
 
-inline std::vector<std::string> takeMessages() {
-    std::vector<std::string> texts;
-    while (!MessageLog::instance().isEmpty())
-        texts.push_back(MessageLog::instance().pop().text);
+using Texts = std::vector<std::string>;
+
+/// What was told since the last call, each with its level.
+inline Texts takeMessages() {
+    constexpr std::array<const char*, 3> kLevels = {"INF ", "WRN ", "ERR "};
+    Texts texts;
+    while (!MessageLog::instance().isEmpty()) {
+        const MessageLogEntry entry = MessageLog::instance().pop();
+        texts.push_back(kLevels[static_cast<std::size_t>(entry.level)] + entry.text);
+    }
     return texts;
 }
+
+/// A socket that listens on a free port of the loopback address, or only takes the port.
+struct Listener {
+    explicit Listener(bool listens = true) : socket(::socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(bind(socket.get(), generic, size), 0);
+        EXPECT_TRUE(!listens || listen(socket.get(), 0) == 0);
+        EXPECT_EQ(getsockname(socket.get(), generic, &size), 0);
+        port = ntohs(address.sin_port);
+    }
+    Descriptor socket;
+    std::uint16_t port = 0;
+};
+
+/// A listener whose queue is full: further connects get no answer.
+struct DeafListener : Listener {
+    DeafListener() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(port);
+        for (int i = 0; i < 4; ++i) {
+            queued.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+            connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+        }
+    }
+    std::vector<Descriptor> queued;
+};
 
 /// A logger on a free port, with the thread that it runs on.
 class ServedLogger {
@@ -104,6 +132,37 @@ class ServedLogger {
 
     sim::Server server_;
     std::thread thread_;
+};
+
+/// A Store that is to read from a logger on this machine, to its end and without a window.
+class LiveTest : public testing::Test {
+  protected:
+    LiveTest() {
+        Glib::init();
+        store_.noGui = true;
+        wireLiveInputs(store_);
+        buildModel(store_, scenario_);
+        takeMessages();
+    }
+
+    void target(std::uint16_t port, const std::string& key = {}) {
+        store_.hostName = "127.0.0.1";
+        store_.port = port;
+        store_.decryptionKey = key;
+        store_.networkInput = true;
+        store_.liveMode = true;
+        store_.running = true;
+        store_.framesRead = 0;
+    }
+    static sim::ServeOptions fast(const std::string& key = {}) {
+        sim::ServeOptions options;
+        options.speed = 0;
+        options.key = key;
+        return options;
+    }
+
+    sim::Scenario scenario_ = smallScenario();
+    Store store_;
 };
 
 }  // namespace trelis::test

@@ -1,5 +1,4 @@
 // Recordings read into signals: the time axis over files, damage, bounded files, the dump.
-#include <glibmm/init.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -7,11 +6,10 @@
 #include <sstream>
 
 #include "Recording.h"
-#include "app/diagnostics/MessageLog.h"
-#include "app/store/Store.h"
 #include "input/LogFiles.h"
 #include "input/LogParser.h"
 #include "model/RealMessage.h"
+#include "support/TestStore.h"
 
 namespace trelis {
 namespace {
@@ -22,14 +20,12 @@ using test::Recording;
 constexpr std::uint64_t kEight = 1709539200000;  // 2024-03-04 08:00:00 UTC, ms
 constexpr std::uint32_t kId = 0x123;
 
+using Times = std::vector<std::uint64_t>;
+
 class LogParserTest : public testing::Test {
   protected:
     LogParserTest() {
-        Glib::init();
-        store_.noGui = true;
         store_.hooks.logFiles = parseLogs;
-        while (!MessageLog::instance().isEmpty())
-            MessageLog::instance().pop();
         signal_ = addSignal(0, kId);
         signal_->setSelected(true);
     }
@@ -50,35 +46,40 @@ class LogParserTest : public testing::Test {
         std::vector<Frame> frames;
         for (const std::uint32_t timestamp : timestamps)
             frames.push_back(frameAt(timestamp, kId, ++value_));
-        add(Recording(start).frames(frames).bytes);
+        Recording recording(start);
+        if (!frames.empty()) recording.frames(frames);
+        add(recording.bytes);
     }
     void add(const std::string& bytes) {
         addLogFile(store_, folder_.write("log" + std::to_string(++files_) + ".bin", bytes));
     }
+    // Forgets files and samples.
+    void restart() {
+        clearLogFiles(store_);
+        signal_->parsed = false;
+        signal_->clearSamples();
+        store_.recount();
+        store_.firstTime = Store::kNoTime;
+        store_.lastTime = 0;
+        store_.running = true;
+    }
     // Absolute times of the stored samples less `origin`; flushing adds none, as the last value is
     // always new.
-    std::vector<std::uint64_t> parse(std::uint64_t origin = kEight) {
+    Times parse(std::uint64_t origin = kEight) {
         EXPECT_TRUE(store_.parseNow());
-        std::vector<std::uint64_t> times;
+        Times times;
         for (const Sample& sample : signal_->samples())
             times.push_back(sample.time - origin);
         return times;
     }
-    static std::vector<std::string> messages() {
-        std::vector<std::string> texts;
-        while (!MessageLog::instance().isEmpty())
-            texts.push_back(MessageLog::instance().pop().text);
-        return texts;
-    }
+    static std::vector<std::string> messages() { return test::TestStore::messages(); }
 
     test::ScratchFolder folder_;
-    Store store_;
+    test::TestStore store_;
     std::shared_ptr<RealSignal> signal_;
     std::uint64_t value_ = 0;
     int files_ = 0;
 };
-
-using Times = std::vector<std::uint64_t>;
 
 TEST_F(LogParserTest, HeadersAreJudged) {
     const struct {
@@ -125,52 +126,55 @@ TEST_F(LogParserTest, FilesAreSortedByStartAndKeepTheirOrderWhenEqual) {
                                                    " is not a valid log file, skipping"});
 }
 
-TEST_F(LogParserTest, FirstTimestampAnchorsTheFileAtItsStart) {
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {5000, 5100, 5300});
-    EXPECT_EQ(parse(), (Times{0, 100, 300}));
-    EXPECT_EQ(store_.firstTime, kEight);
-    EXPECT_EQ(store_.lastTime, kEight + 300);
-    EXPECT_EQ(store_.intervalStart, kEight);
-    EXPECT_EQ(store_.intervalEnd, kEight + 300);
+TEST_F(LogParserTest, FilesLieOnOneTimeAxis) {
+    struct File {
+        const char* second;  ///< of its start, behind 08:00
+        std::vector<std::uint32_t> timestamps;
+    };
+    const struct {
+        const char* what;
+        std::vector<File> files;
+        Times times;  ///< since 08:00
+        std::vector<std::string> messages = {};
+    } cases[] = {
+        {"the first time stamp stands at the start",
+         {{"00.000", {5000, 5100, 5300}}},
+         {0, 100, 300}},
+        {"the base goes on if the start lies up to 20 s ahead of it",
+         {{"00.000", {0, 1000}}, {"22.000", {2000, 2100}}},
+         {0, 1000, 2000, 2100}},
+        // The silence leaves the old value at its last time as well.
+        {"more is a break",
+         {{"00.000", {0, 1000}}, {"22.001", {2000, 2100}}},
+         {0, 1000, 1000, 22001, 22101}},
+        {"a file that overlaps is placed behind",
+         {{"00.000", {0, 9000}}, {"05.000", {0, 100}}},
+         {0, 9000, 9000, 9100}},
+        {"an overflow goes on one short of the counter's range",
+         {{"00.000", {0xFFFFFFF0, 5, 10}}},
+         {0, 20, 25},
+         {"can message timestamp has overflowed (5)\n"}},
+        {"a file without frames leaves the base alone",
+         {{"00.000", {0, 1000}}, {"01.500", {}}, {"02.000", {2000}}},
+         {0, 1000, 2000}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        restart();
+        for (const File& file : test.files)
+            addFile("Mon 2024-03-04 08:00:" + std::string(file.second) + " on X", file.timestamps);
+        EXPECT_EQ(parse(), test.times);
+        EXPECT_EQ(messages(), test.messages);
+        EXPECT_EQ(store_.firstTime, kEight);
+        EXPECT_EQ(store_.lastTime, kEight + test.times.back());
+        EXPECT_EQ(store_.intervalStart, kEight);
+        EXPECT_EQ(store_.intervalEnd, store_.lastTime);
+    }
 }
 
 TEST_F(LogParserTest, AnUnwantedFirstRecordAnchorsToo) {
     add(Recording().frames({frameAt(1000, 0x7FF), frameAt(1250, kId, 1)}).bytes);
     EXPECT_EQ(parse(), (Times{250}));
-}
-
-TEST_F(LogParserTest, BaseRunsOnUpToABreakOfTwentySeconds) {
-    // The second file's own start lies 20000 ms behind where the running base puts it, or 20001.
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {0, 1000});
-    addFile("Mon 2024-03-04 08:00:22.000 on X", {2000, 2100});
-    EXPECT_EQ(parse(), (Times{0, 1000, 2000, 2100}));
-}
-
-TEST_F(LogParserTest, BaseIsTakenAnewBehindABreak) {
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {0, 1000});
-    addFile("Mon 2024-03-04 08:00:22.001 on X", {2000, 2100});
-    // The silence leaves the old value at its last time as well.
-    EXPECT_EQ(parse(), (Times{0, 1000, 1000, 22001, 22101}));
-}
-
-TEST_F(LogParserTest, AFileThatOverlapsIsPlacedBehind) {
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {0, 9000});
-    addFile("Mon 2024-03-04 08:00:05.000 on X", {0, 100});
-    EXPECT_EQ(parse(), (Times{0, 9000, 9000, 9100}));
-}
-
-TEST_F(LogParserTest, CounterOverflowGoesOnOneShortOfItsRange) {
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {0xFFFFFFF0, 5, 10});
-    EXPECT_EQ(parse(), (Times{0, 20, 25}));
-    EXPECT_EQ(messages(), std::vector<std::string>{"can message timestamp has overflowed (5)\n"});
-}
-
-TEST_F(LogParserTest, AFileWithoutFramesLeavesTheBaseAlone) {
-    addFile("Mon 2024-03-04 08:00:00.000 on X", {0, 1000});
-    add(Recording("Mon 2024-03-04 08:00:01.500 on X").bytes);
-    addFile("Mon 2024-03-04 08:00:02.000 on X", {2000});
-    EXPECT_EQ(parse(), (Times{0, 1000, 2000}));
-    EXPECT_TRUE(messages().empty());
 }
 
 TEST_F(LogParserTest, DamageCostsOnlyWhatIsBehindIt) {
@@ -196,11 +200,7 @@ TEST_F(LogParserTest, DamageCostsOnlyWhatIsBehindIt) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
-        clearLogFiles(store_);
-        signal_->parsed = false;
-        signal_->clearSamples();
-        store_.recount();
-        store_.running = true;
+        restart();
         add(test.bytes);
         addFile(late, {1000});
         EXPECT_EQ(parse(), (Times{0, 1000}));

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <lz4.h>
 
 #include <cstdint>
 #include <cstring>
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "input/stream/BlockMaker.h"
 #include "model/Frame.h"
 
 namespace trelis::test {
@@ -62,14 +62,11 @@ class Recording {
     }
     /// One block of any content.
     Recording& block(const std::string& content) {
-        std::string packed(
-            static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(content.size()))), '\0');
-        const int length =
-            LZ4_compress_default(content.data(), packed.data(), static_cast<int>(content.size()),
-                                 static_cast<int>(packed.size()));
-        packed.resize(static_cast<std::size_t>(length));
-        return raw(recordSize_ == 18 ? 0x2018124CU : 0x184C2102U,
-                   static_cast<std::uint32_t>(length), packed);
+        const Bytes packed =
+            compress({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
+        return raw(recordSize_ == kRecordSize ? kBlockMagic : kOldBlockMagic,
+                   static_cast<std::uint32_t>(packed.size()),
+                   std::string(packed.begin(), packed.end()));
     }
     Recording& raw(std::uint32_t magic, std::uint32_t length, const std::string& packed) {
         bytes.append(reinterpret_cast<const char*>(&magic), 4);

@@ -1,37 +1,25 @@
 #include "input/SignalList.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
-#include <fstream>
 
-#include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "input/DbcReader.h"
+#include "input/DefinitionRig.h"
 #include "model/Message.h"
 #include "model/Signal.h"
 
 namespace trelis {
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string makeFolder() {
-    std::string name = (fs::temp_directory_path() / "listXXXXXX").string();
-    return ::mkdtemp(name.data());
-}
-
-class SignalListTest : public ::testing::Test {
+class SignalListTest : public test::DefinitionTest {
   protected:
-    SignalListTest()
-        : directory(makeFolder()), settings({directory / "settings", directory / "lists"}) {
-        std::ofstream(directory / "a.dbc")
-            << "BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n"
-               " SG_ B : 8|8@1+ (1,0) [0|0] \"\" X\n SG_ C : 8|8@1+ (1,0) [0|0] \"\" X\n";
-        store.noGui = true;
-        readDbcFile(store, directory / "a.dbc", 0, "Can");
+    SignalListTest() {
+        const std::string dbc = folder.write(
+            "a.dbc",
+            "BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n"
+            " SG_ B : 8|8@1+ (1,0) [0|0] \"\" X\n SG_ C : 8|8@1+ (1,0) [0|0] \"\" X\n");
+        readDbcFile(store, dbc, 0, "Can");
     }
-    ~SignalListTest() override { fs::remove_all(directory); }
 
     void select(const std::string& names) {
         store.clearSelection();
@@ -45,9 +33,7 @@ class SignalListTest : public ::testing::Test {
         return names;
     }
 
-    fs::path directory;
-    Store store;
-    Settings settings;
+    Settings settings{{folder.file("settings"), folder.file("lists")}};
 };
 
 TEST_F(SignalListTest, eachProjectHasItsSelection) {
@@ -68,23 +54,23 @@ TEST_F(SignalListTest, eachProjectHasItsSelection) {
 TEST_F(SignalListTest, withoutAProjectNothingIsKept) {
     select("A");
     saveSignalList(store, settings);
-    EXPECT_EQ(fs::file_size(directory / "lists"), 0U);
+    EXPECT_EQ(std::filesystem::file_size(folder.file("lists")), 0U);
     EXPECT_FALSE(loadSignalList(store, settings));
     EXPECT_EQ(selection(), "");
 }
 
 TEST_F(SignalListTest, listFilesOfTheUser) {
-    const std::string path = directory / "my.tvlist";
+    const std::string path = folder.file("my.tvlist");
     select("AB");
     EXPECT_TRUE(storeSignalListFile(store, settings, path));
     select("");
     EXPECT_TRUE(restoreSignalListFile(store, path));
     EXPECT_EQ(selection(), "AB");
-    std::ofstream(path) << "[storetofile]\nsignalList=;Can.M.C;;no reference;Can.M.Gone;X.M.A";
+    folder.write("my.tvlist", "[storetofile]\nsignalList=;Can.M.C;;no reference;Can.M.Gone;X.M.A");
     select("");
     EXPECT_TRUE(restoreSignalListFile(store, path));
     EXPECT_EQ(selection(), "C");
-    std::ofstream(path) << "damaged";
+    folder.write("my.tvlist", "damaged");
     EXPECT_FALSE(restoreSignalListFile(store, path));
     EXPECT_EQ(selection(), "");
 }

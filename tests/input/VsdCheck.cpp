@@ -1,68 +1,48 @@
 #include "input/DefinitionCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
-#include "app/store/Store.h"
+#include "input/DefinitionRig.h"
 #include "model/Message.h"
 #include "model/RealSignal.h"
 
 namespace trelis {
 namespace {
 
-namespace fs = std::filesystem;
-
-class VsdCheck : public ::testing::Test {
+class VsdCheck : public test::DefinitionTest {
   protected:
-    VsdCheck() {
-        std::string name = (fs::temp_directory_path() / "checkXXXXXX").string();
-        directory = ::mkdtemp(name.data());
-        store.noGui = true;
-    }
-    ~VsdCheck() override { fs::remove_all(directory); }
-
-    std::string write(const char* name, std::string_view content) const {
-        std::ofstream(directory / name, std::ios::binary) << content;
-        return directory / name;
-    }
     /// The lines that the check prints, without the folder.
     std::string check(const std::string& dbc, const std::string& vsd, int status) {
         store.clearAll();
         std::ostringstream output;
         EXPECT_EQ(checkDefinitions(store, dbc, vsd, output), status);
         std::string text = output.str();
-        const std::string folder = directory.string() + "/";
-        for (auto at = text.find(folder); at != std::string::npos; at = text.find(folder))
-            text.erase(at, folder.size());
+        const std::string place = folder.file("");
+        for (auto at = text.find(place); at != std::string::npos; at = text.find(place))
+            text.erase(at, place.size());
         return text;
     }
-
-    fs::path directory;
-    Store store;
 };
 
 TEST_F(VsdCheck, aSoundFileHasNoFindings) {
     const auto dbc =
-        write("a.dbc",
-              "VERSION \"\"\nNS_ :\n\tSIG_VALTYPE_\n\tBO_TX_BU_\nBS_:\nBU_: A SG_\n"
-              "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\nCM_ \"all\";\n"
-              "BA_DEF_ SG_  \"x\" INT 0 100;\nBO_TX_BU_ 1 : A;\nSG_MUL_VAL_ 1 S S 1-2;\n"
-              "BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 X\n SG_ L m : bad\n");
+        folder.write("a.dbc",
+                     "VERSION \"\"\nNS_ :\n\tSIG_VALTYPE_\n\tBO_TX_BU_\nBS_:\nBU_: A SG_\n"
+                     "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\nCM_ \"all\";\n"
+                     "BA_DEF_ SG_  \"x\" INT 0 100;\nBO_TX_BU_ 1 : A;\nSG_MUL_VAL_ 1 S S 1-2;\n"
+                     "BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 X\n SG_ L m : bad\n");
     EXPECT_EQ(check(dbc, "", 0), "a.dbc: 1 signals, 0 findings\n");
     EXPECT_TRUE(store.dbcLoaded);
 }
 
 TEST_F(VsdCheck, eachCauseIsNamedAlsoBehindTheOneThatEndsTheLoad) {
-    const auto dbc = write("a.dbc",
-                           "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n"
-                           " SG_ Bad: 0|8@1+ (1,0) [0|0] \"\" X\n"
-                           " SG_ Wide : 0|40@1+ (1,0) [0|0] \"\" X\n"
-                           " SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n"
-                           " SG_ Out : 60|8@1+ (1,0) [0|0] \"\" X\n"
-                           "CM_ BO_ 9 \"gone\";\nVAL_ 1 S 0 \"\" 1 \"a\";\n");
+    const auto dbc = folder.write("a.dbc",
+                                  "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Bad: 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Wide : 0|40@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Out : 60|8@1+ (1,0) [0|0] \"\" X\n"
+                                  "CM_ BO_ 9 \"gone\";\nVAL_ 1 S 0 \"\" 1 \"a\";\n");
     EXPECT_EQ(check(dbc, "", 1),
               "a.dbc:3: line that cannot be read:  SG_ Bad: 0|8@1+ (1,0) [0|0] \"\x20\"\n"
               "a.dbc:4: signal of more than 32 bits: Wide: 40 bits [tolerant: read in full]\n"
@@ -78,10 +58,11 @@ TEST_F(VsdCheck, eachCauseIsNamedAlsoBehindTheOneThatEndsTheLoad) {
 }
 
 TEST_F(VsdCheck, whatWasReadTolerantlyIsNoFinding) {
-    write("a.dbc",
-          "BO_ 1 M: 8 X\n SG_ W : 0|64@1+ (1,0) [0|0] \"\" X\n SG_ W : 0|8@1+ (1,0) [0|0] "
-          "\"\" X\nSIG_VALTYPE_ 1 W : 2;\n");
-    const auto vsd = write("a.vsd", "[settings]\nifname_0=Can\ndbcfile_0=a.dbc\ntolerant=true\n");
+    folder.write("a.dbc",
+                 "BO_ 1 M: 8 X\n SG_ W : 0|64@1+ (1,0) [0|0] \"\" X\n SG_ W : 0|8@1+ (1,0) [0|0] "
+                 "\"\" X\nSIG_VALTYPE_ 1 W : 2;\n");
+    const auto vsd =
+        folder.write("a.vsd", "[settings]\nifname_0=Can\ndbcfile_0=a.dbc\ntolerant=true\n");
     EXPECT_EQ(check("", vsd, 1),
               "a.dbc:3: signal defined twice: signal W [tolerant: costs only itself]\n"
               "a.vsd: 1 signals, 1 finding, of which tolerant reading mends 1\n");
@@ -91,13 +72,14 @@ TEST_F(VsdCheck, whatWasReadTolerantlyIsNoFinding) {
 }
 
 TEST_F(VsdCheck, definitionFiles) {
-    write("a.dbc", "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
-    write("b.vsd", "[Twice]\nmethod=sum\nstep=1\nsignal_01=Can.M.S\n");
-    const auto vsd = write("a.vsd",
-                           "[settings]\nifname_0=Can\ndbcfile_0=a.dbc\ninclude=b.vsd;none.vsd\n"
-                           "[Twice]\nmethod=sum\nstep=1\nsignal_01=Can.M.S\n"
-                           "[Lost]\nmethod=sum\nstep=1\nsignal_01=Can.M.Gone\n"
-                           "[Lost]\nunit=V\n[A.B.C]\nmethod=sum\n[Behind]\nmethod=sum\n");
+    folder.write("a.dbc", "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    folder.write("b.vsd", "[Twice]\nmethod=sum\nstep=1\nsignal_01=Can.M.S\n");
+    const auto vsd =
+        folder.write("a.vsd",
+                     "[settings]\nifname_0=Can\ndbcfile_0=a.dbc\ninclude=b.vsd;none.vsd\n"
+                     "[Twice]\nmethod=sum\nstep=1\nsignal_01=Can.M.S\n"
+                     "[Lost]\nmethod=sum\nstep=1\nsignal_01=Can.M.Gone\n"
+                     "[Lost]\nunit=V\n[A.B.C]\nmethod=sum\n[Behind]\nmethod=sum\n");
     EXPECT_EQ(check("", vsd, 1),
               "none.vsd: file that cannot be read: an included file cannot be opened\n"
               "a.vsd:13: group defined twice: Lost is one with the group of this name above\n"
@@ -107,10 +89,10 @@ TEST_F(VsdCheck, definitionFiles) {
               "a.vsd:15: group name of a wrong form: Failed to parse VSD file a.vsd, signal: "
               "A.B.C, is not formatted as <msgName>.<sigName>\n"
               "a.vsd: 2 signals, 5 findings\n");
-    EXPECT_EQ(check("", directory / "gone.vsd", 1),
+    EXPECT_EQ(check("", folder.file("gone.vsd"), 1),
               "gone.vsd: file that cannot be read: the file cannot be opened\n"
               "gone.vsd: 0 signals, 1 finding\n");
-    EXPECT_EQ(check("", write("c.vsd", "damaged\n"), 1),
+    EXPECT_EQ(check("", folder.write("c.vsd", "damaged\n"), 1),
               "c.vsd: file that cannot be read: Key file contains line “damaged” which is not a "
               "key-value pair, group, or comment; the load ends here\n"
               "c.vsd: 0 signals, 1 finding, the load does not come to its end\n");

@@ -1,15 +1,11 @@
 #include "input/VsdFile.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <fstream>
 #include <random>
 
 #include "app/diagnostics/Exceptions.h"
-#include "app/diagnostics/MessageLog.h"
-#include "app/store/Store.h"
+#include "input/DefinitionRig.h"
 #include "model/Message.h"
 #include "model/Signal.h"
 #include "virtual/VirtualRegistry.h"
@@ -18,36 +14,19 @@
 namespace trelis {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::string_literals;
 
 constexpr const char* kSettings = "[settings]\nifname_0=Bus\ndbcfile_0=a.dbc\n";
 
-class VsdFile : public ::testing::Test {
+class VsdFile : public test::DefinitionTest {
   protected:
     VsdFile() {
-        std::string name = (fs::temp_directory_path() / "vsdXXXXXX").string();
-        directory = ::mkdtemp(name.data());
-        write("a.dbc", "BO_ 100 M: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
-        write("b.dbc", "BO_ 101 N: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
-        store.noGui = true;
-        takeMessages();
-    }
-    ~VsdFile() override { fs::remove_all(directory); }
-
-    static std::string takeMessages() {
-        std::string texts;
-        while (!MessageLog::instance().isEmpty())
-            texts += MessageLog::instance().pop().text + "\n";
-        return texts;
-    }
-    fs::path write(const char* name, std::string_view content) const {
-        std::ofstream(directory / name, std::ios::binary) << content;
-        return directory / name;
+        folder.write("a.dbc", "BO_ 100 M: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
+        folder.write("b.dbc", "BO_ 101 N: 8 X\n SG_ S : 0|16@1+ (1,0) [0|0] \"V\" X\n");
     }
     void load(const std::string& content) {
         store.clearAll();
-        loadVsdFile(store, write("main.vsd", content),
+        loadVsdFile(store, folder.write("main.vsd", content),
                     [this](const DefinitionFinding& found) { findings.push_back(found); });
     }
     /// The virtual signals in order of creation.
@@ -61,25 +40,23 @@ class VsdFile : public ::testing::Test {
     [[nodiscard]] static std::string group(const std::string& name, const std::string& input) {
         return "[" + name + "]\nmethod=sum\nstep=100\nsignal_01=" + input + "\n";
     }
-    [[nodiscard]] std::string path() const { return directory / "main.vsd"; }
+    [[nodiscard]] std::string path() const { return folder.file("main.vsd"); }
 
-    fs::path directory;
-    Store store;
     std::vector<DefinitionFinding> findings;
 };
 
 TEST_F(VsdFile, aFileThatIsNotThereLoadsNothing) {
-    loadVsdFile(store, directory / "none.vsd");
-    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
-    loadVsdFile(store, directory / "pipe");
+    loadVsdFile(store, folder.file("none.vsd"));
+    ASSERT_EQ(::mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    loadVsdFile(store, folder.file("pipe"));
     EXPECT_EQ(takeMessages(), "");
     EXPECT_TRUE(store.interfaces.empty());
-    EXPECT_THROW(loadVsdFile(store, directory), Glib::KeyFileError);
+    EXPECT_THROW(loadVsdFile(store, folder.file("")), Glib::KeyFileError);
     EXPECT_THROW(load("no key file"), Glib::KeyFileError);
 }
 
 TEST_F(VsdFile, interfacesComeFromTheSettings) {
-    load("[settings]\nifname_2=\xc3\x84-Bus:_1\ndbcfile_2=a.dbc;" + (directory / "b.dbc").string() +
+    load("[settings]\nifname_2=\xc3\x84-Bus:_1\ndbcfile_2=a.dbc;" + folder.file("b.dbc") +
          ";\nifname_31=Last\ndbcfile_31=b.dbc\nifname_32=Never\ndbcfile_32=b.dbc\n"
          "legacygps=true\n");
     EXPECT_EQ(takeMessages(), "");
@@ -95,7 +72,7 @@ TEST_F(VsdFile, interfacesComeFromTheSettings) {
 }
 
 TEST_F(VsdFile, theOldFormNamesOneFile) {
-    write("a.dbc;b.dbc", "BO_ 7 Odd: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    folder.write("a.dbc;b.dbc", "BO_ 7 Odd: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
     load("[settings]\ndbcfile=a.dbc;b.dbc\n" + group("A", "Odd.S") + group("B", "Virtual.A"));
     EXPECT_EQ(takeMessages(), "");
     EXPECT_EQ(store.findInterfaceByNumber(0)->name, "Can");
@@ -152,13 +129,6 @@ TEST_F(VsdFile, groupsMayComeInAnyOrder) {
     EXPECT_EQ(virt->messages.begin()->second->name, "X");  // ids in order of first use
 }
 
-TEST_F(VsdFile, aPassTakesUpWhatItHasMadePossible) {
-    // B makes both ready: C stands behind it and is made in the same pass, A in the next one.
-    load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Bus.M.S") +
-         group("C", "Virt.Virtual.B"));
-    EXPECT_EQ(made(), "Virtual.B Virtual.C Virtual.A ");
-}
-
 TEST_F(VsdFile, whatCannotBeMadeIsToldOnceAndCostsOnlyItself) {
     load(kSettings + group("A", "Virt.Virtual.B") + group("B", "Virt.Virtual.A") +
          group("Self", "Virt.Virtual.Self") + "[Odd]\nmethod=what\n[None]\nunit=V\n" +
@@ -195,14 +165,14 @@ TEST_F(VsdFile, aBadNameEndsItsFile) {
 }
 
 TEST_F(VsdFile, includedFilesAreReadAroundTheFile) {
-    write("before.vsd", "[settings]\ninclude=after.vsd\n" + group("A", "Virt.Virtual.M") +
-                            group("Twice", "Bus.M.S"));
-    write("after.vsd", group("Z", "Virt.Virtual.A"));
+    folder.write("before.vsd", "[settings]\ninclude=after.vsd\n" + group("A", "Virt.Virtual.M") +
+                                   group("Twice", "Bus.M.S"));
+    folder.write("after.vsd", group("Z", "Virt.Virtual.A"));
     load(kSettings + "include=before.vsd;none.vsd\npostinclude=after.vsd\n"s +
          group("M", "Bus.M.S") + group("Twice", "Bus.M.S"));
     EXPECT_EQ(takeMessages(), "");
     EXPECT_EQ(made(), "Virtual.Twice Virtual.M Virtual.A Virtual.Z ");
-    write("before.vsd", "damaged");
+    folder.write("before.vsd", "damaged");
     EXPECT_THROW(load(kSettings + "include=before.vsd\n"s), Glib::KeyFileError);
 }
 
@@ -237,15 +207,15 @@ TEST_F(VsdFile, sparingTriesDoesNotChangeTheOrder) {
 }
 
 TEST_F(VsdFile, theExampleIsAKeyFileAndNeedsAPlace) {
-    const std::string example = directory / "new.vsd";
+    const std::string example = folder.file("new.vsd");
     EXPECT_TRUE(writeExampleVsd(example));
     Glib::KeyFile keys;
     keys.load_from_file(example);
     EXPECT_EQ(keys.get_string_list("settings", "dbcfile_0").size(), 2U);
     EXPECT_EQ(keys.get_string("settings", "include"), "path_to_other.vsd");
-    EXPECT_FALSE(writeExampleVsd(directory / "none" / "new.vsd"));
+    EXPECT_FALSE(writeExampleVsd(folder.file("none/new.vsd")));
     EXPECT_EQ(takeMessages(),
-              "Couldn't create new VSD file: " + (directory / "none" / "new.vsd").string() + "\n");
+              "Couldn't create new VSD file: " + folder.file("none/new.vsd") + "\n");
 }
 
 }  // namespace

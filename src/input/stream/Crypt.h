@@ -40,7 +40,7 @@ int initCrypt(Crypt* crypt);
 /// the IV, 16 zero bytes and the first `keyLength` bytes of `key`. 0 or 1.
 int startDecryption(Crypt* crypt, const char* key, std::size_t keyLength, const std::uint8_t* iv);
 /// Runs AES-CBC on from the running IV over `length` bytes, a multiple of 16, which may be 0.
-/// `decrypt` is true for what startDecryption prepared. Input and output may be the same.
+/// `decrypt` is true for what startDecryption prepared.
 int cryptData(Crypt& crypt, const std::uint8_t* input, std::uint8_t* output, std::int32_t length,
               bool decrypt);
 /// Bytes of a tag.

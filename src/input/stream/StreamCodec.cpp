@@ -9,6 +9,7 @@
 #include <new>
 #include <optional>
 
+#include "input/stream/LittleEndian.h"
 #include "input/stream/StreamLog.h"
 
 namespace trelis {
@@ -21,16 +22,10 @@ constexpr int kCompression = 0;
 /// that the cost of the system call vanishes. Holds the largest block several times.
 constexpr std::size_t kReadAheadSize = 128 * 1024;
 
-std::uint32_t loadWord(const std::uint8_t* bytes) {
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8U |
-           static_cast<std::uint32_t>(bytes[2]) << 16U |
-           static_cast<std::uint32_t>(bytes[3]) << 24U;
-}
-
-int allocate(StreamCodec& codec, std::size_t inSize, std::int32_t pollInput) {
+int allocate(StreamCodec& codec, std::int32_t pollInput) {
     freeStreamCodec(&codec);
     try {
-        codec.inBuffer.resize(inSize);
+        codec.inBuffer.resize(kReadAheadSize);
         codec.outBuffer.resize(static_cast<std::size_t>(kMaxBlockSize));
     } catch (const std::bad_alloc&) {
         streamLog(StreamLevel::kError, "Out of memory");
@@ -81,8 +76,6 @@ int readSome(const StreamCodec& codec, int fd, std::uint8_t* to, std::size_t mos
 /// Makes the next `length` bytes contiguous in the input buffer and takes them; `length` is at most
 /// the buffer's size. The bytes stay valid until the next read.
 int takeInput(StreamCodec& codec, int fd, std::size_t length, const std::uint8_t*& bytes) {
-    const bool readsAhead = codec.pollInput == 0;
-    if (!readsAhead) codec.inBegin = codec.inEnd = 0;
     if (codec.inEnd - codec.inBegin < length) {
         if (codec.inBegin != 0) {
             std::copy(codec.inBuffer.data() + codec.inBegin, codec.inBuffer.data() + codec.inEnd,
@@ -91,10 +84,9 @@ int takeInput(StreamCodec& codec, int fd, std::size_t length, const std::uint8_t
             codec.inBegin = 0;
         }
         while (codec.inEnd < length) {
-            const std::size_t limit = readsAhead ? codec.inBuffer.size() : length;
             std::size_t got = 0;
-            const int code =
-                readSome(codec, fd, codec.inBuffer.data() + codec.inEnd, limit - codec.inEnd, got);
+            const int code = readSome(codec, fd, codec.inBuffer.data() + codec.inEnd,
+                                      codec.inBuffer.size() - codec.inEnd, got);
             if (code != kStreamDone) return code;
             codec.inEnd += got;
         }
@@ -157,11 +149,11 @@ int initStreamCodec(StreamCodec& codec, int direction) {
         freeStreamCodec(&codec);
         return 1;
     }
-    return allocate(codec, kReadAheadSize, 0);
+    return allocate(codec, 0);
 }
 
 int initNetworkStreamCodec(StreamCodec& codec) {
-    return allocate(codec, static_cast<std::size_t>(kMaxPackedSize), 1);
+    return allocate(codec, 1);
 }
 
 void freeStreamCodec(StreamCodec* codec) {
@@ -178,14 +170,13 @@ void freeStreamCodec(StreamCodec* codec) {
 }
 
 int readFully(StreamCodec& codec, int fd, std::span<std::uint8_t> buffer) {
-    const bool readsAhead = codec.pollInput == 0 && !codec.inBuffer.empty();
     while (!buffer.empty()) {
         std::size_t got = 0;
         if (codec.inBegin < codec.inEnd) {
             got = std::min(buffer.size(), codec.inEnd - codec.inBegin);
             std::copy_n(codec.inBuffer.data() + codec.inBegin, got, buffer.data());
             codec.inBegin += got;
-        } else if (readsAhead) {
+        } else if (buffer.size() < codec.inBuffer.size()) {
             codec.inBegin = codec.inEnd = 0;
             const int code =
                 readSome(codec, fd, codec.inBuffer.data(), codec.inBuffer.size(), codec.inEnd);
@@ -210,10 +201,10 @@ int readBlockInto(StreamCodec& codec, int fd, std::span<std::uint8_t> out,
     const std::uint8_t* bytes = nullptr;
     int code = takeInput(codec, fd, 4, bytes);
     if (code != kStreamDone) return code;
-    if (!acceptMagic(codec, loadWord(bytes))) return kStreamError;
+    if (!acceptMagic(codec, loadLittleEndian<std::uint32_t>(bytes))) return kStreamError;
     code = takeInput(codec, fd, 4, bytes);
     if (code != kStreamDone) return code;
-    const std::uint32_t length = loadWord(bytes);
+    const std::uint32_t length = loadLittleEndian<std::uint32_t>(bytes);
     if (!acceptLength(length)) return kStreamError;
     codec.inLength = static_cast<std::int32_t>(length);
     if (length == 0) streamLog(StreamLevel::kError, "Data len 0: Stopping");
@@ -236,8 +227,8 @@ int unpackBlock(StreamCodec& codec, std::span<const std::uint8_t> data, std::int
     consumed = 0;
     dropBlock(codec);
     if (data.size() < kBlockHeadSize) return kStreamDone;
-    if (!acceptMagic(codec, loadWord(data.data()))) return kStreamError;
-    const std::uint32_t length = loadWord(data.data() + 4);
+    if (!acceptMagic(codec, loadLittleEndian<std::uint32_t>(data.data()))) return kStreamError;
+    const std::uint32_t length = loadLittleEndian<std::uint32_t>(data.data() + 4);
     if (!acceptLength(length)) return kStreamError;
     if (length > data.size() - kBlockHeadSize) return kStreamDone;
     codec.inLength = static_cast<std::int32_t>(length);

@@ -36,8 +36,7 @@ inline constexpr int kStreamError = 3;  ///< the diagnostic has been printed
 
 /// One open input. It owns its memory; initStreamCodec makes it usable.
 struct StreamCodec {
-    /// A socket's current compressed block, or the read-ahead of a file.
-    std::vector<std::uint8_t> inBuffer;
+    std::vector<std::uint8_t> inBuffer;   ///< read ahead
     std::vector<std::uint8_t> outBuffer;  ///< the current unpacked block
     std::size_t inBegin = 0;              ///< read-ahead that was not taken yet: first byte ...
     std::size_t inEnd = 0;                ///< ... and end
@@ -60,8 +59,8 @@ int initNetworkStreamCodec(StreamCodec& codec);
 /// Gives the memory back; a null codec is fine.
 void freeStreamCodec(StreamCodec* codec);
 
-/// Reads exactly as many bytes as `buffer` has. A file is read ahead in large pieces, so all reads
-/// from its descriptor have to go through the codec. kStreamDone, kStreamEnd or kStreamError.
+/// Reads exactly as many bytes as `buffer` has. The codec reads ahead, so all reads from its
+/// descriptor have to go through it. kStreamDone, kStreamEnd or kStreamError.
 int readFully(StreamCodec& codec, int fd, std::span<std::uint8_t> buffer);
 /// Reads and unpacks one block. kStreamBlock, kStreamEnd or kStreamError.
 int readBlock(StreamCodec& codec, int fd);

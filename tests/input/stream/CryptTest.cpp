@@ -41,14 +41,6 @@ TEST(Crypt, FramesOfAConnectionAreChained) {
     }
 }
 
-TEST(Crypt, OnlyTheGivenCountOfKeyBytesIsTaken) {
-    FrameSender sender("abc", kIv);
-    Crypt crypt;
-    ASSERT_EQ(initCrypt(&crypt), 0);
-    ASSERT_EQ(startDecryption(&crypt, "abcdef", 3, kIv.data()), 0);
-    EXPECT_EQ(open(crypt, sender.seal(payload(32))), payload(32));
-}
-
 TEST(Crypt, WrongKeyOrDamageShowsInTheTag) {
     FrameSender sender("secret", kIv);
     const Bytes sealed = sender.seal(payload(64));
@@ -61,15 +53,6 @@ TEST(Crypt, WrongKeyOrDamageShowsInTheTag) {
         damaged[i] ^= 0x80U;
         EXPECT_FALSE(open(*started("secret"), damaged)) << i;
     }
-}
-
-TEST(Crypt, DecryptsInPlace) {
-    FrameSender sender("k", kIv);
-    Bytes sealed = sender.seal(payload(160));
-    const auto crypt = started("k");
-    ASSERT_EQ(cryptData(*crypt, sealed.data(), sealed.data(), 160, true), 0);
-    sealed.resize(160);
-    EXPECT_EQ(sealed, payload(160));
 }
 
 TEST(Crypt, MisuseIsRefusedWithItsText) {
