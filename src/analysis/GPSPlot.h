@@ -43,6 +43,7 @@ class GPSPlot : public Gtk::DrawingArea {
     PlaneView plane_;
     TrackZoom zoom_;
     Glib::RefPtr<Gdk::Pixbuf> image_;
+    double imageScale_ = 1.0;  ///< pixels of the widget for one of the image
 };
 
 }  // namespace trelis

@@ -66,8 +66,10 @@ StatWindow::StatWindow(const AnalysisContext& context, std::shared_ptr<Signal> s
         setIntegralUnit(static_cast<IntegralUnit>(unitChoice_.get_active_row_number()));
     });
     copyButton_.signal_clicked().connect(sigc::mem_fun(*this, &StatWindow::copyTable));
-    context_.timeBox.timeChanged.connect(sigc::mem_fun(*this, &StatWindow::refresh));
-    context_.store.rulersChanged.connect(sigc::mem_fun(*this, &StatWindow::refresh));
+    const auto onNews = sigc::mem_fun(*this, &StatWindow::refresh);
+    context_.timeBox.timeChanged.connect(onNews);
+    context_.store.rulersChanged.connect(onNews);
+    context_.store.dataChanged.connect(onNews);
     refresh();
 }
 

@@ -8,6 +8,7 @@
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "config/VsdGroup.h"
 #include "config/settings/HelpFolder.h"
 #include "config/settings/Settings.h"
 #include "model/Message.h"
@@ -208,8 +209,7 @@ void VirtSignDialog::setInputCount(std::size_t count) {
         inputs_.pop_back();
     while (inputs_.size() < count) {
         auto row = std::make_unique<EntrySignal>(
-            RowText{format("signal_%02lu", static_cast<unsigned long>(inputs_.size() + 1)),
-                    kSignalHint, "Select input signal"});
+            RowText{inputKey(inputs_.size() + 1), kSignalHint, "Select input signal"});
         row->setCompletion(signalPaths_, columns_);
         placeRow(inputGrid_, static_cast<int>(inputs_.size()), *row);
         inputs_.push_back(std::move(row));

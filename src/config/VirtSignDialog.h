@@ -83,8 +83,6 @@ class VirtSignDialog : public Gtk::Window {
     /// False, after telling why, if the form does not make a signal.
     bool tryDefinition(const std::string& group) const;
     bool storeDefinition(const std::string& group);
-    /// The full names of the signals that compute from the edited one.
-    [[nodiscard]] std::vector<std::string> usersOfEdited() const;
 
     Store& store_;
     Settings& settings_;

@@ -1,4 +1,5 @@
-// What the tests of windows and dialogs share: scratch settings, both themes, dialogs that answer.
+// What the tests of windows and dialogs share: a Store with scratch settings, both themes, dialogs
+// that answer.
 #pragma once
 
 #include <gtkmm/dialog.h>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/GuiTest.h"
 
@@ -83,6 +85,21 @@ inline std::vector<std::string> takeTexts() {
         texts.push_back(MessageLog::instance().pop().text);
     return texts;
 }
+
+/// What the windows work on, thrown away behind each test.
+class DeskTest : public ::testing::Test {
+  protected:
+    DeskTest() { takeTexts(); }
+    ~DeskTest() override {
+        store.shutdown();
+        pumpPending();
+        takeTexts();
+    }
+
+    ScratchSettings scratch;
+    Settings& settings = *scratch.settings;
+    Store store;
+};
 
 /// While it lives, answers the first dialog that runs, once `prepare` says that it may.
 class DialogAnswer {
