@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "analysis/Background.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/paint/TimeBox.h"
@@ -91,6 +92,7 @@ void GPSPlot::render(int width, int height) {
     const TrackParts parts = splitTrack(points_, {store.intervalStart, store.intervalEnd},
                                         {context_.timeBox.start, context_.timeBox.end},
                                         store.leftRuler, store.rightRuler, lastPointTime);
+    isEmpty_ = parts.whole.empty();
     plane_ = PlaneView::fit(PlaneBounds::of(parts.whole), width * zoom_.factor(),
                             height * zoom_.factor());
 
@@ -112,10 +114,9 @@ void GPSPlot::render(int width, int height) {
 }
 
 bool GPSPlot::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
-    const Gdk::RGBA background(context_.settings.getBgColor());
-    cr->set_source_rgb(background.get_red(), background.get_green(), background.get_blue());
-    cr->paint();
+    paintBackground(cr, context_.settings);
     if (!image_) return false;
+    if (isEmpty_) drawEmptyText(*this, cr, context_.settings, "No positions in this recording");
     cr->save();
     cr->scale(imageScale_, imageScale_);
     Gdk::Cairo::set_source_pixbuf(cr, image_, 0, 0);

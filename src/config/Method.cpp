@@ -105,6 +105,11 @@ void Method::setCompletion(const Glib::RefPtr<Gtk::ListStore>& model,
     if (resetRow_ != nullptr) resetRow_->setCompletion(model, columns);
 }
 
+void Method::alignLabels(const Glib::RefPtr<Gtk::SizeGroup>& group) {
+    for (const auto& row : rows_)
+        group->add_widget(row->label());
+}
+
 InputRow* Method::findRow(const std::string& key) const {
     const auto found = std::find_if(rows_.begin(), rows_.end(),
                                     [&](const auto& row) { return row->key() == key; });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtkmm/grid.h>
+#include <gtkmm/sizegroup.h>
 
 #include <memory>
 #include <string>
@@ -42,6 +43,8 @@ class Method {
                                const SigListModCols& columns);
 
     [[nodiscard]] Gtk::Grid& grid() { return grid_; }
+    /// Lets the labels be as wide as all others of the group.
+    void alignLabels(const Glib::RefPtr<Gtk::SizeGroup>& group);
     /// The row of this key, null if there is none.
     [[nodiscard]] InputRow* findRow(const std::string& key) const;
     /// The `resetSig` row, null if the method has none.

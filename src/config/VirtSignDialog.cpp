@@ -29,6 +29,7 @@ VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& sett
       hooks_(std::move(hooks)),
       signalPaths_(Gtk::ListStore::create(columns_)),
       methods_(makeMethods()),
+      labels_(Gtk::SizeGroup::create(Gtk::SIZE_GROUP_HORIZONTAL)),
       name_({"name", "<msg>.<signal>", "Select virtual message and signal name"}),
       unit_({"unit", "km/h (optional)", "Unit for this signal"}),
       methodFrame_("Method"),
@@ -49,6 +50,7 @@ VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& sett
 void VirtSignDialog::placeRow(Gtk::Grid& grid, int line, InputRow& row) {
     grid.attach(row.label(), 0, line);
     grid.attach(row.widget(), 1, line);
+    labels_->add_widget(row.label());
     row.show();
 }
 
@@ -85,6 +87,7 @@ void VirtSignDialog::layOutMethods() {
     for (const auto& entry : methods_) {
         methodChoice_.append(entry->name());
         entry->setCompletion(signalPaths_, columns_);
+        entry->alignLabels(labels_);
     }
     methodChoice_.set_tooltip_text("Select virtual method to use");
     methodChoice_.get_accessible()->set_name("method");
@@ -114,6 +117,8 @@ void VirtSignDialog::layOutInputs() {
     inputCount_.signal_value_changed().connect(
         [this] { setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int())); });
     countLine_.set_spacing(2 * kSpacing);
+    countLabel_.set_halign(Gtk::ALIGN_START);
+    labels_->add_widget(countLabel_);
     countLine_.pack_start(countLabel_, Gtk::PACK_SHRINK);
     countLine_.pack_start(inputCount_, Gtk::PACK_SHRINK);
     inputBox_.set_border_width(kSpacing);

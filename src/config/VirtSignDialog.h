@@ -7,6 +7,7 @@
 #include <gtkmm/frame.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/scrolledwindow.h>
+#include <gtkmm/sizegroup.h>
 #include <gtkmm/spinbutton.h>
 #include <gtkmm/window.h>
 
@@ -96,6 +97,7 @@ class VirtSignDialog : public Gtk::Window {
     std::vector<std::unique_ptr<Method>> methods_;
     std::size_t methodIndex_ = 0;
 
+    Glib::RefPtr<Gtk::SizeGroup> labels_;  ///< of one width in all blocks of the form
     Gtk::VBox box_;
     Gtk::Label header_;
     Gtk::ScrolledWindow scrolled_;

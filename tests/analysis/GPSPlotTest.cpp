@@ -100,7 +100,9 @@ TEST_F(GPSPlotTest, KeepsItsTrackUntilItIsForgotten) {
     window.showTrack(track);
     present(window);
     settle(window);
-    EXPECT_EQ(Picture(window.plot()).count(kRed), 0) << "a track without points";
+    const Picture empty(window.plot());
+    EXPECT_EQ(empty.count(kRed), 0) << "a track without points";
+    EXPECT_LT(empty.count(0xFFFFFF), empty.width() * empty.height()) << "which is told";
     keepBothShots(window, "gps-empty");
     const auto held = track.use_count();
     window.forgetTrack();

@@ -69,6 +69,14 @@ TEST_F(HistogramTest, AnEmptySignalShowsAnAxisUntilDataCome) {
     present(window);
     movePointer(window.histogram(), 100, 100);
     keepBothShots(window, "histogram-empty");
+    const int middle = window.histogram().get_allocated_height() / 2;
+    const auto isBlank = [&](std::uint32_t ground) {
+        const Picture picture(window.histogram());
+        return picture.countInRow(middle, ground) == picture.width();
+    };
+    EXPECT_FALSE(isBlank(0xEFEFEF)) << "it says that there is nothing";
+    settings.setBgColor("#000000000000");
+    EXPECT_FALSE(isBlank(0x000000)) << "on a dark ground, too";
     window.copyTable();
     EXPECT_EQ(window.histogram().counts().largestBin, 0U);
     signal->addSample(kBegin, 1);
