@@ -116,7 +116,7 @@ void GPSPlot::render(int width, int height) {
 bool GPSPlot::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
     paintBackground(cr, context_.settings);
     if (!image_) return false;
-    if (isEmpty_) drawEmptyText(*this, cr, context_.settings, "No positions in this recording");
+    if (isEmpty_) drawEmptyText(*this, cr, context_.settings, "No positions in this interval");
     cr->save();
     cr->scale(imageScale_, imageScale_);
     Gdk::Cairo::set_source_pixbuf(cr, image_, 0, 0);

@@ -36,6 +36,7 @@ ConnectLiveDialog::ConnectLiveDialog(Gtk::Window& parent, Store& store, Settings
       connectButton_("_Connect", true) {
     set_title("Connect live to logger");
     set_transient_for(parent);
+    set_position(Gtk::WIN_POS_CENTER_ON_PARENT);
     set_default_size(420, -1);
     layOut();
     openButton_.signal_clicked().connect([this] {
@@ -274,7 +275,10 @@ void ConnectLiveDialog::setConnecting(bool connecting) {
 void ConnectLiveDialog::onConnectionChanged() {
     if (!connecting_) return;
     setConnecting(false);
-    if (store_.connected) hide();
+    if (store_.connected)
+        hide();
+    else
+        address_.grab_focus();  // the focus went when the entries became insensitive
 }
 
 }  // namespace trelis

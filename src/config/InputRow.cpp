@@ -38,7 +38,7 @@ std::string numberText(double value) {
 
 InputRow::InputRow(RowText text)
     : text_(std::move(text)), spellings_{text_.key}, label_(text_.key) {
-    label_.set_halign(Gtk::ALIGN_START);
+    label_.set_xalign(0);
     label_.set_tooltip_text(text_.help);
 }
 

@@ -40,6 +40,7 @@ VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& sett
       duplicateButton_("Duplicate"),
       deleteButton_("Delete signal") {
     set_transient_for(parent);
+    set_position(Gtk::WIN_POS_CENTER_ON_PARENT);
     set_default_size(560, 640);
     layOut();
     chooseMethod();
@@ -117,7 +118,7 @@ void VirtSignDialog::layOutInputs() {
     inputCount_.signal_value_changed().connect(
         [this] { setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int())); });
     countLine_.set_spacing(2 * kSpacing);
-    countLabel_.set_halign(Gtk::ALIGN_START);
+    countLabel_.set_xalign(0);
     labels_->add_widget(countLabel_);
     countLine_.pack_start(countLabel_, Gtk::PACK_SHRINK);
     countLine_.pack_start(inputCount_, Gtk::PACK_SHRINK);
