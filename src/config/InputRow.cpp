@@ -48,6 +48,12 @@ void InputRow::describe(Gtk::Widget& widget) const {
     widget.get_accessible()->set_name(text_.key);
 }
 
+void InputRow::place(Gtk::Grid& grid, int line) {
+    grid.attach(label(), 0, line);
+    grid.attach(widget(), 1, line);
+    show();
+}
+
 void InputRow::show() {
     label().show();
     widget().show();

@@ -75,6 +75,9 @@ class Method {
 /// Every method that the editor offers, in the order of its list.
 std::vector<std::unique_ptr<Method>> makeMethods();
 
+/// The rows of the options that all methods share.
+std::vector<std::unique_ptr<InputRow>> makeCommonRows();
+
 /// Lets a row accept the second spelling that the definition files allow for its key.
 void acceptAlternative(InputRow& row, const std::string& method);
 

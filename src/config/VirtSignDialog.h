@@ -8,7 +8,6 @@
 #include <gtkmm/grid.h>
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/sizegroup.h>
-#include <gtkmm/spinbutton.h>
 #include <gtkmm/window.h>
 
 #include <functional>
@@ -16,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "config/InputList.h"
 #include "config/InputRow.h"
 #include "config/Method.h"
 
@@ -58,13 +58,10 @@ class VirtSignDialog : public Gtk::Window {
     // The form
     void layOut();
     void layOutMethods();
-    void layOutInputs();
     void layOutCommonRows();
     void layOutButtons();
     void placeRow(Gtk::Grid& grid, int line, InputRow& row);
     void chooseMethod();
-    void setInputCount(std::size_t count);
-    void limitInputs(std::size_t loaded);
     void showCommonRows(bool show);
     void clearForm();
     void present(const char* title);
@@ -110,18 +107,12 @@ class VirtSignDialog : public Gtk::Window {
     Gtk::HBox methodLine_;
     Gtk::ComboBoxText methodChoice_;
     Gtk::Button methodHelp_;
-    Gtk::Frame inputFrame_;
-    Gtk::VBox inputBox_;
-    Gtk::HBox countLine_;
-    Gtk::Label countLabel_;
-    Gtk::SpinButton inputCount_;
-    Gtk::Grid inputGrid_;
-    std::vector<std::unique_ptr<EntrySignal>> inputs_;
+    InputList inputs_;
     Gtk::HBox commonLine_;
     Gtk::Button commonButton_;
     Gtk::Button commonHelp_;
     Gtk::Grid commonGrid_;
-    std::vector<std::unique_ptr<InputRow>> commonRows_;
+    std::vector<std::unique_ptr<InputRow>> commonRows_ = makeCommonRows();
     Gtk::HBox buttons_;
     Gtk::Button saveButton_;
     Gtk::Button duplicateButton_;

@@ -66,15 +66,7 @@ void VirtSignDialog::loadRows(const Glib::KeyFile& keyFile, const std::string& g
     name_.load(keyFile, group);
     unit_.load(keyFile, group);
     method().loadRows(keyFile, group);
-    inputs_.clear();
-    std::size_t count = 0;
-    while (keyFile.has_key(group, inputKey(count + 1)))
-        ++count;
-    limitInputs(count);
-    for (const auto& row : inputs_) {
-        acceptAlternative(*row, method().name());
-        row->load(keyFile, group);
-    }
+    inputs_.load(keyFile, group, method());
     for (const auto& row : commonRows_)
         row->load(keyFile, group);
 }
@@ -89,7 +81,7 @@ bool VirtSignDialog::refersToItself() const {
     if (const auto* smoothed = dynamic_cast<const VirtualSignal*>(edited.get()))
         if (smoothed->smoothedSource) own.insert(smoothed->smoothedSource.get());
     std::vector<const EntrySignal*> rows;
-    for (const auto& row : inputs_)
+    for (const auto& row : inputs_.rows())
         rows.push_back(row.get());
     if (method().resetRow() != nullptr) rows.push_back(method().resetRow());
     // The trial tells what is wrong with a path that leads nowhere.
@@ -106,7 +98,7 @@ bool VirtSignDialog::writeSignal(Glib::KeyFile& keyFile, const std::string& grou
     }
     method().saveRows(keyFile, group);
     unit_.save(keyFile, group);
-    for (const auto& row : inputs_)
+    for (const auto& row : inputs_.rows())
         row->save(keyFile, group);
     for (const auto& row : commonRows_)
         row->save(keyFile, group);

@@ -26,7 +26,7 @@ class EditorProbe {
         if (InputRow* own = dialog_.method().findRow(key)) return *own;
         for (const auto& row : dialog_.commonRows_)
             if (row->key() == key) return *row;
-        for (const auto& row : dialog_.inputs_)
+        for (const auto& row : dialog_.inputs_.rows())
             if (row->key() == key) return *row;
         throw std::out_of_range(key);
     }
@@ -46,15 +46,15 @@ class EditorProbe {
     void choose(const std::string& method) { dialog_.methodChoice_.set_active_text(method); }
     std::string method() { return dialog_.methodChoice_.get_active_text(); }
     void setInputs(const std::vector<std::string>& paths) {
-        if (!paths.empty()) dialog_.inputCount_.set_value(static_cast<double>(paths.size()));
+        if (!paths.empty()) dialog_.inputs_.count_.set_value(static_cast<double>(paths.size()));
         for (std::size_t i = 0; i < paths.size(); ++i)
-            dialog_.inputs_.at(i)->setValue(paths[i]);
+            dialog_.inputs_.rows().at(i)->setValue(paths[i]);
     }
-    std::size_t inputCount() { return dialog_.inputs_.size(); }
+    std::size_t inputCount() { return dialog_.inputs_.rows().size(); }
     std::size_t completions() { return dialog_.signalPaths_->children().size(); }
     void toggleCommon() { dialog_.commonButton_.clicked(); }
     std::string commonLabel() { return dialog_.commonButton_.get_label(); }
-    bool inputsVisible() { return dialog_.inputFrame_.get_visible(); }
+    bool inputsVisible() { return dialog_.inputs_.get_visible(); }
     Gtk::Button& deleteButton() { return dialog_.deleteButton_; }
 
   private:
