@@ -50,6 +50,7 @@ StatWindow::StatWindow(const AnalysisContext& context, std::shared_ptr<Signal> s
         unitChoice_.append(name);
     unitChoice_.set_active(static_cast<int>(integralUnit_));
     unitChoice_.set_tooltip_text("Time unit of the integral");
+    unitLabel_.set_mnemonic_widget(unitChoice_);
     copyButton_.set_tooltip_text("Copy the table to the clipboard");
     controls_.set_border_width(kSpacing);
     controls_.set_spacing(kSpacing);

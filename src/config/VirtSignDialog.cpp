@@ -227,6 +227,7 @@ void VirtSignDialog::newSignal(const std::string& messageName) {
 void VirtSignDialog::duplicate() {
     name_.setValue(name_.value() + "_copy");
     forgetEdited();
+    fillCompletions();  // the copy may use the original
     vsdFile_ = settings_.getVsdFile();
     present("New virtual signal");
 }

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <optional>
+#include <span>
 
 #include "config/ConnectLiveDialog.h"
 #include "config/LiveAddress.h"
@@ -26,6 +28,7 @@ class LiveDialogProbe {
     Gtk::Spinner& spinner() { return dialog_.spinner_; }
     std::string& vsdFile() { return dialog_.vsdFile_; }
     std::string& dbcFile() { return dialog_.dbcFile_; }
+    void expectFirstShow() { dialog_.loadLastConnection_ = true; }
 
   private:
     ConnectLiveDialog& dialog_;
@@ -166,27 +169,27 @@ TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
     }
 }
 
-TEST_F(LiveDialogTest, FirstShowFillsFromTheLastConnection) {
+TEST_F(LiveDialogTest, TheFirstShowFillsFromTheLastOrTheRunningConnection) {
+    const auto expectShown = [&](const char* name, const char* address, const char* key) {
+        present(dialog);
+        EXPECT_EQ(probe.title().get_text(), name);
+        EXPECT_EQ(probe.address().get_text(), address);
+        EXPECT_EQ(probe.key().get_text(), key);
+        dialog.hide();
+    };
     scratch.write("last", "TITLE=T\nSERVER=host\nPORT=0x10\nKEY=k=v\nDBC==/x.dbc\n");
-    present(dialog);
-    EXPECT_EQ(probe.title().get_text(), "T");
-    EXPECT_EQ(probe.address().get_text(), "host:0x10");
-    EXPECT_EQ(probe.key().get_text(), "k=v");
+    expectShown("T", "host:0x10", "k=v");
     EXPECT_EQ(probe.dbcFile(), "=/x.dbc");
-    dialog.hide();
     probe.address().set_text("typed");
-    present(dialog);
-    EXPECT_EQ(probe.address().get_text(), "typed") << "only the first time";
-}
+    expectShown("T", "typed", "k=v");
 
-TEST_F(LiveDialogTest, ARunningConnectionIsShown) {
     store.networkInput = true;
     store.hostName = "running";
     store.port = 778;
     store.decryptionKey = "key";
-    present(dialog);
-    EXPECT_EQ(probe.address().get_text(), "running:778");
-    EXPECT_EQ(probe.key().get_text(), "key");
+    probe.expectFirstShow();
+    expectShown("Live connection", "running:778", "key");
+    EXPECT_EQ(probe.dbcFile(), "");
     store.networkInput = false;
 }
 
@@ -248,28 +251,22 @@ class SilentPort {
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         auto* raw = reinterpret_cast<sockaddr*>(&address);
         socklen_t size = sizeof address;
-        listener_ = socket(AF_INET, SOCK_STREAM, 0);
-        EXPECT_EQ(bind(listener_, raw, size), 0);
-        EXPECT_EQ(listen(listener_, 0), 0);
-        getsockname(listener_, raw, &size);
-        port = ntohs(address.sin_port);
-        for (int& filler : fillers_) {
-            filler = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        for (int& one : sockets_)
+            one = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        EXPECT_EQ(bind(sockets_[0], raw, size), 0);
+        EXPECT_EQ(listen(sockets_[0], 0), 0);
+        getsockname(sockets_[0], raw, &size);
+        for (const int filler : std::span(sockets_).subspan(1))
             static_cast<void>(connect(filler, raw, size));
-        }
+        port = ntohs(address.sin_port);
     }
     SilentPort(const SilentPort&) = delete;
     SilentPort& operator=(const SilentPort&) = delete;
-    ~SilentPort() {
-        for (const int filler : fillers_)
-            close(filler);
-        close(listener_);
-    }
+    ~SilentPort() { std::for_each(sockets_.begin(), sockets_.end(), close); }
     int port = 0;
 
   private:
-    int listener_ = -1;
-    std::array<int, 4> fillers_{};
+    std::array<int, 5> sockets_{};
 };
 
 TEST_F(LiveDialogTest, AHostThatDoesNotAnswerLeavesTheWindowUsable) {
