@@ -67,8 +67,8 @@ void ConnectLiveDialog::layOut() {
         const int line = static_cast<int>(i);
         rowLabels_[i].set_text(rows[i].label);
         rowLabels_[i].set_halign(Gtk::ALIGN_START);
-        rowLabels_[i].set_mnemonic_widget(rows[i].entry);
         rows[i].entry.set_tooltip_text(rows[i].tooltip);
+        rows[i].entry.get_accessible()->set_name(rows[i].label);
         rows[i].entry.set_hexpand(true);
         rows[i].entry.set_activates_default(true);
         grid_.attach(rowLabels_[i], 0, line);
@@ -87,6 +87,7 @@ void ConnectLiveDialog::layOut() {
     openButton_.set_tooltip_text("Open stored live connection.");
     saveButton_.set_tooltip_text("Store this connection to file.");
     spinner_.set_no_show_all(true);
+    spinner_.get_accessible()->set_name("Connecting");
     connectButton_.set_can_default(true);
     buttons_.set_spacing(kSpacing);
     buttons_.pack_start(openButton_, Gtk::PACK_SHRINK);

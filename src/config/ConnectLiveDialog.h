@@ -48,8 +48,6 @@ class ConnectLiveDialog : public Gtk::Window {
     void on_show() override;
 
   private:
-    friend class LiveDialogProbe;  // the tests' way in
-
     void layOut();
     void fillOnce();
     void fill(const StoredConnection& connection);

@@ -29,7 +29,7 @@ InputList::InputList(Glib::RefPtr<Gtk::ListStore> paths, const SigListModCols& c
     count_.signal_value_changed().connect(
         [this] { setCount(static_cast<std::size_t>(count_.get_value_as_int())); });
     countLabel_.set_xalign(0);
-    countLabel_.set_mnemonic_widget(count_);
+    count_.get_accessible()->set_name(countLabel_.get_text());
     labels_->add_widget(countLabel_);
     countLine_.set_spacing(2 * kSpacing);
     countLine_.pack_start(countLabel_, Gtk::PACK_SHRINK);

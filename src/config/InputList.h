@@ -39,8 +39,6 @@ class InputList : public Gtk::Frame {
     [[nodiscard]] const Rows& rows() const { return rows_; }
 
   private:
-    friend class EditorProbe;  // the tests' way in
-
     void setCount(std::size_t count);
 
     Glib::RefPtr<Gtk::ListStore> paths_;

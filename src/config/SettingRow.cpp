@@ -66,7 +66,6 @@ SettingGrid::SettingGrid() {
 void SettingGrid::addRow(SettingRow& row) {
     auto label = std::make_unique<Gtk::Label>(row.label() + ": ");
     label->set_halign(Gtk::ALIGN_START);
-    label->set_mnemonic_widget(row.widget());
     auto description = std::make_unique<Gtk::Label>();
     description->set_markup("<small>" + Glib::Markup::escape_text(row.description()) + "</small>");
     description->set_halign(Gtk::ALIGN_START);

@@ -53,8 +53,6 @@ class VirtSignDialog : public Gtk::Window {
     bool on_key_press_event(GdkEventKey* event) override;
 
   private:
-    friend class EditorProbe;  // the tests' way in
-
     // The form
     void layOut();
     void layOutMethods();

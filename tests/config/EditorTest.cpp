@@ -15,54 +15,7 @@
 #include "model/builtin/LoggerMessage.h"
 #include "virtual/VirtualSignal.h"
 
-namespace trelis {
-
-class EditorProbe {
-  public:
-    explicit EditorProbe(VirtSignDialog& dialog) : dialog_(dialog) {}
-
-    InputRow& row(const std::string& key) {
-        if (key == "name") return dialog_.name_;
-        if (key == "unit") return dialog_.unit_;
-        if (InputRow* own = dialog_.method().findRow(key)) return *own;
-        for (const auto& row : dialog_.commonRows_)
-            if (row->key() == key) return *row;
-        for (const auto& row : dialog_.inputs_.rows())
-            if (row->key() == key) return *row;
-        throw std::out_of_range(key);
-    }
-    void fill(const std::string& key, const std::string& text) {
-        if (auto* entry = dynamic_cast<EntryString*>(&row(key)))
-            entry->setValue(text);
-        else if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key)))
-            choice->setValue(text);
-        else
-            dynamic_cast<EntryBool&>(row(key)).setValue(text == "Yes");
-    }
-    std::string shown(const std::string& key) {
-        if (auto* entry = dynamic_cast<EntryString*>(&row(key))) return entry->value();
-        if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key))) return choice->value();
-        return dynamic_cast<EntryBool&>(row(key)).value() ? "Yes" : "No";
-    }
-    void choose(const std::string& method) { dialog_.methodChoice_.set_active_text(method); }
-    std::string method() { return dialog_.methodChoice_.get_active_text(); }
-    void setInputs(const std::vector<std::string>& paths) {
-        if (!paths.empty()) dialog_.inputs_.count_.set_value(static_cast<double>(paths.size()));
-        for (std::size_t i = 0; i < paths.size(); ++i)
-            dialog_.inputs_.rows().at(i)->setValue(paths[i]);
-    }
-    std::size_t inputCount() { return dialog_.inputs_.rows().size(); }
-    std::size_t completions() { return dialog_.signalPaths_->children().size(); }
-    void toggleCommon() { dialog_.commonButton_.clicked(); }
-    std::string commonLabel() { return dialog_.commonButton_.get_label(); }
-    bool inputsVisible() { return dialog_.inputs_.get_visible(); }
-    Gtk::Button& deleteButton() { return dialog_.deleteButton_; }
-
-  private:
-    VirtSignDialog& dialog_;
-};
-
-namespace test {
+namespace trelis::test {
 namespace {
 
 constexpr const char* kBus =
@@ -118,14 +71,38 @@ class EditorTest : public DeskTest {
         dialog.editSignal(store.getSignal(signal));
         pumpPending();
     }
+    void fill(const std::string& key, const std::string& text) {
+        auto& row = named<Gtk::Widget>(dialog, key);
+        if (auto* entry = dynamic_cast<Gtk::Entry*>(&row))
+            entry->set_text(text);
+        else
+            dynamic_cast<Gtk::ComboBoxText&>(row).set_active_text(text);
+    }
+    std::string shown(const std::string& key) {
+        auto& row = named<Gtk::Widget>(dialog, key);
+        if (auto* entry = dynamic_cast<Gtk::Entry*>(&row)) return entry->get_text();
+        return dynamic_cast<Gtk::ComboBoxText&>(row).get_active_text();
+    }
+    Gtk::Button& button(const char* label) { return named<Gtk::Button>(dialog, label); }
+    Gtk::SpinButton& inputCount() { return named<Gtk::SpinButton>(dialog, "Number of inputs"); }
+    void setInputs(const std::vector<std::string>& paths) {
+        inputCount().set_value(static_cast<double>(paths.size()));
+        for (std::size_t i = 0; i < paths.size(); ++i)
+            fill("signal_0" + std::to_string(i + 1), paths[i]);
+    }
+    /// How many signals the row of the first input offers.
+    std::size_t completions() {
+        const auto& entry = named<Gtk::Entry>(dialog, "signal_01");
+        return entry.get_completion()->get_model()->children().size();
+    }
     /// A new signal that could be saved.
     void beginExpression(const std::string& name) {
         dialog.newSignal("Power");
-        probe.choose("expression");
-        probe.fill("name", name);
-        probe.fill("step", "20");
-        probe.fill("expr", "$01 + 1");
-        probe.setInputs({"Can.Engine.rpm"});
+        fill("method", "expression");
+        fill("name", name);
+        fill("step", "20");
+        fill("expr", "$01 + 1");
+        setInputs({"Can.Engine.rpm"});
     }
     /// Saves, and expects the refusal with this text and an untouched file.
     void expectRefused(const std::string& text) {
@@ -162,7 +139,6 @@ class EditorTest : public DeskTest {
                               selected = signal;
                               load();
                           }}};
-    EditorProbe probe{dialog};
 };
 
 // ---- every method there and back
@@ -233,14 +209,14 @@ TEST_P(EveryMethod, IsSavedComputedShownRenamedCopiedAndDeleted) {
     scratch.write("table.txt", "0 0\n20 100\n");
     present(dialog);
     dialog.newSignal("Test");
-    EXPECT_EQ(probe.shown("name"), group);
-    probe.choose(trip.method);
-    probe.fill("unit", "km/h");
-    probe.setInputs(trip.inputs);
-    EXPECT_EQ(probe.inputsVisible(), !trip.inputs.empty());
+    EXPECT_EQ(shown("name"), group);
+    fill("method", trip.method);
+    fill("unit", "km/h");
+    setInputs(trip.inputs);
+    EXPECT_EQ(inputCount().get_mapped(), !trip.inputs.empty());
     for (const auto& [key, text] : trip.rows)
-        probe.fill(key, text);
-    probe.fill("fact", "2");
+        fill(key, text);
+    fill("fact", "2");
     settle(dialog);
     keepShot(dialog, std::string("editor-") + trip.method);
     dialog.saveChanges();
@@ -267,29 +243,25 @@ TEST_P(EveryMethod, IsSavedComputedShownRenamedCopiedAndDeleted) {
 
     dialog.editSignal(signal);
     EXPECT_EQ(dialog.get_title(), "Edit virtual signal");
-    EXPECT_EQ(probe.method(), trip.method);
-    EXPECT_EQ(probe.shown("name"), group);
-    EXPECT_EQ(probe.inputCount(), trip.inputs.size());
-    for (const auto& [key, text] : trip.rows) {
-        const bool isFloat = dynamic_cast<EntryFloat*>(&probe.row(key)) != nullptr;
-        EXPECT_EQ(probe.shown(key), isFloat ? std::to_string(std::stod(text)) : text) << key;
-    }
+    EXPECT_EQ(shown("method"), trip.method);
+    EXPECT_EQ(shown("name"), group);
+    EXPECT_EQ(inputCount().get_value(), trip.inputs.size());
+    for (const auto& [key, text] : trip.rows)
+        EXPECT_TRUE(shown(key) == text || shown(key) == std::to_string(std::stod(text))) << key;
     const std::string saved = undated();
     dialog.saveChanges();
     EXPECT_EQ(undated(), saved) << "saving what was loaded changes nothing";
 
     edit("Virt." + group);
-    probe.fill("name", "Test.renamed");
+    fill("name", "Test.renamed");
     dialog.saveChanges();
     const std::string renamed =
         std::regex_replace(saved, std::regex("Test.new_signal"), "Test.renamed");
     EXPECT_EQ(undated(), renamed);
     edit(selected);
-    const std::size_t others = probe.completions();
     dialog.duplicate();
     EXPECT_EQ(dialog.get_title(), "New virtual signal");
-    EXPECT_FALSE(probe.deleteButton().get_sensitive());
-    EXPECT_EQ(probe.completions(), others + 1) << "the copy may use the original";
+    EXPECT_FALSE(button("Delete signal").get_sensitive());
     pressKey(dialog, GDK_KEY_s, GDK_CONTROL_MASK);
     EXPECT_EQ(selected, "Virt.Test.renamed_copy");
     edit(selected);
@@ -312,26 +284,29 @@ TEST_F(EditorTest, TheFormFollowsSignalAndMethod) {
     dialog.newSignal("");
     present(dialog);
     EXPECT_EQ(dialog.get_title(), "New virtual signal");
-    EXPECT_EQ(probe.shown("name"), "");
-    EXPECT_FALSE(probe.deleteButton().get_sensitive());
-    const std::size_t all = probe.completions();
+    EXPECT_EQ(shown("name"), "");
+    EXPECT_FALSE(button("Delete signal").get_sensitive());
+    const std::size_t all = completions();
     EXPECT_GT(all, 3U);
     keepBothShots(dialog, "editor-new");
-    probe.choose("expression");
-    probe.setInputs({"a", "b", "c"});
-    for (const auto& [method, inputs] : std::vector<std::pair<const char*, std::size_t>>{
+    fill("method", "expression");
+    setInputs({"a", "b", "c"});
+    for (const auto& [method, inputs] : std::vector<std::pair<const char*, int>>{
              {"expression", 3}, {"average", 1}, {"geofence", 0}, {"lookuptable", 1}}) {
-        probe.choose(method);
-        EXPECT_EQ(probe.inputCount(), inputs) << method;
+        fill("method", method);
+        EXPECT_EQ(inputCount().get_value(), inputs) << method;
     }
 
     edit("Virt.Power.first");
-    EXPECT_EQ(probe.completions(), all - 1) << "all but the edited one";
-    EXPECT_EQ(probe.commonLabel(), "Show common options");
-    probe.toggleCommon();
-    EXPECT_EQ(probe.commonLabel(), "Hide common options");
+    EXPECT_EQ(completions(), all - 1) << "all but the edited one";
+    dialog.duplicate();
+    EXPECT_EQ(completions(), all) << "the copy may use the original";
+    edit("Virt.Power.first");
+    button("Show common options").clicked();
+    EXPECT_TRUE(named<Gtk::Entry>(dialog, "fact").get_mapped());
+    EXPECT_TRUE(button("Hide common options").get_visible());
     keepBothShots(dialog, "editor-edit-common");
-    probe.choose("geofence");
+    fill("method", "geofence");
     keepBothShots(dialog, "editor-switched");
 }
 
@@ -340,23 +315,23 @@ TEST_F(EditorTest, TheFormFollowsSignalAndMethod) {
 TEST_F(EditorTest, ABadDefinitionIsNeverWritten) {
     beginExpression("Power.bad");
     present(dialog);
-    probe.fill("expr", "max(");
+    fill("expr", "max(");
     expectRefused("Can't create signal:\n\n\"");
-    probe.fill("expr", "$01");
-    probe.fill("step", "soon");
+    fill("expr", "$01");
+    fill("step", "soon");
     expectRefused("The value of 'step' is not a number: soon");
-    probe.fill("step", "20");
-    probe.fill("fact", "0");
+    fill("step", "20");
+    fill("fact", "0");
     expectRefused("Factor can not be zero");
-    probe.fill("fact", "");
-    probe.setInputs({"Can.Engine.absent"});
+    fill("fact", "");
+    setInputs({"Can.Engine.absent"});
     expectRefused("Can't create signal");
-    probe.setInputs({"Can.Engine.rpm"});
+    setInputs({"Can.Engine.rpm"});
     for (const char* name : {"", ".a", "a.", "a.b.c", "a b", "settings", "a[b"}) {
-        probe.fill("name", name);
+        fill("name", name);
         expectRefused("Signal name must have form <msgName>.<signalName>");
     }
-    probe.fill("name", "Power.total");
+    fill("name", "Power.total");
     expectRefused("VSD file " + path + " already has signal with that name (Power.total)");
     store.parsing = true;
     expectRefused("Wait for parse to complete");
@@ -364,7 +339,7 @@ TEST_F(EditorTest, ABadDefinitionIsNeverWritten) {
 
     edit("Virt.Power.first");
     for (const char* input : {"Virt.Power.first", "Virt.Power.total"}) {
-        probe.setInputs({input});
+        setInputs({input});
         expectRefused("Signal is referring to it self.");
     }
 }
@@ -425,11 +400,7 @@ TEST_F(EditorTest, AProtectedFileLosesNothing) {
 // ---- changing, copying, deleting
 
 TEST(VsdTextTest, RemovesOneGroupAndNothingElse) {
-    struct Case {
-        const char* text;
-        const char* expected;
-    };
-    for (const auto& [text, expected] : std::vector<Case>{
+    for (const auto& [text, expected] : std::vector<std::pair<const char*, const char*>>{
              {"", ""},
              {"[a]\nx=1", ""},
              {"[ab]\nx=1\n[b]\ny=2\n", "[ab]\nx=1\n[b]\ny=2\n"},
@@ -443,7 +414,7 @@ TEST(VsdTextTest, RemovesOneGroupAndNothingElse) {
 
 TEST_F(EditorTest, OthersAndCommentsSurviveARename) {
     edit("Virt.Power.first");
-    probe.fill("name", "Power.renamed");
+    fill("name", "Power.renamed");
     chmod(path.c_str(), 0640);
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Power.renamed");
@@ -463,8 +434,8 @@ TEST_F(EditorTest, OldSpellingsAndDigitsAreKept) {
          "[Old]\nmethod=average\nsignal=Can.Engine.rpm\nstep=10\n"
          "window=20\nfactor=0.00000012345\nminLimit=1\navg=40\n");
     edit("Virt.Virtual.Old");
-    EXPECT_EQ(probe.shown("signal_01"), "Can.Engine.rpm");
-    EXPECT_EQ(probe.shown("avgWindow"), "40");
+    EXPECT_EQ(shown("signal_01"), "Can.Engine.rpm");
+    EXPECT_EQ(shown("avgWindow"), "40");
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Virtual.Old");
     const auto file = keys();
@@ -496,5 +467,4 @@ TEST_F(EditorTest, DeletingAsksAndSparesWhatIsUsed) {
 }
 
 }  // namespace
-}  // namespace test
-}  // namespace trelis
+}  // namespace trelis::test

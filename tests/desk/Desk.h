@@ -12,6 +12,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -84,6 +85,29 @@ inline std::vector<std::string> takeTexts() {
     while (!MessageLog::instance().isEmpty())
         texts.push_back(MessageLog::instance().pop().text);
     return texts;
+}
+
+/// The widget of this class and accessible name in a window, a visible one if there is; null
+/// without.
+template <typename W>
+W* findNamed(Gtk::Widget& top, const std::string& name, bool onlyVisible = true) {
+    if (onlyVisible && !top.get_visible()) return nullptr;
+    auto* wanted = dynamic_cast<W*>(&top);
+    if (wanted != nullptr && top.get_accessible()->get_name() == name) return wanted;
+    if (auto* container = dynamic_cast<Gtk::Container*>(&top))
+        for (Gtk::Widget* child : container->get_children())
+            if (auto* found = findNamed<W>(*child, name, onlyVisible)) return found;
+    return nullptr;
+}
+
+/// The same of one that must be there, visible or not.
+template <typename W>
+W& named(Gtk::Window& window, const std::string& name) {
+    Gtk::Widget& top = *window.get_child();
+    W* found = findNamed<W>(top, name);
+    if (found == nullptr) found = findNamed<W>(top, name, false);
+    if (found == nullptr) throw std::out_of_range(name);
+    return *found;
 }
 
 /// What the windows work on, thrown away behind each test.
