@@ -6,6 +6,7 @@ manager and a home directory to write to. Every step waits for a condition.
 """
 
 import os
+import re
 import socket
 import subprocess
 import sys
@@ -13,6 +14,10 @@ import tempfile
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "e2e"))
 from drive_window import ALLOWED, DEADLINE, SIGNAL, WARNING, Session, wait_for, xdotool
+
+
+# What is told of a logger that goes: by chance it has read what was sent to it, or not.
+GONE = "Stream ended|Failed to unpack data from logger"
 
 
 class Logger:
@@ -58,15 +63,16 @@ class Live(Session):
         self.seen = 0  # of what the program told
         self.process = subprocess.Popen([program, "-f", os.path.join(sample, "drive.vsd")],
                                         stderr=errors)
+        xdotool("mousemove", 1, 1)  # tooltips are windows, too
         self.window = wait_for("the window", lambda: self.find("^Signal Plot$"))
-        xdotool("windowactivate", "--sync", self.window)
+        self.activate(self.window)
 
     def connect(self, port, key=""):
         """Asks for a connection in the dialog and returns the dialog's window."""
-        xdotool("windowactivate", "--sync", self.window)
+        self.activate(self.window)
         self.key("ctrl+n")
         dialog = wait_for("the dialog", self.dialog)
-        xdotool("windowactivate", "--sync", dialog)
+        self.activate(dialog)
         self.key("Tab", "ctrl+a")  # the name has the focus
         xdotool("type", f"127.0.0.1:{port}")
         self.key("Tab", "ctrl+a", "BackSpace")
@@ -75,12 +81,22 @@ class Live(Session):
         self.key("Return")
         return dialog
 
+    def activate(self, window):
+        """Gives a window the focus; a program that is busy takes it only when it is not any more."""
+        xdotool("windowactivate", "--sync", window)
+        wait_for("the focus", lambda: xdotool("getwindowfocus").strip() == window)
+
     def shows_list(self):
         """Whether the right side of the window has the ground of the signal list."""
         data = subprocess.run(["import", "-silent", "-window", self.window, "-gravity", "East",
                                "-crop", "50x50+50+0", "-depth", "8", "rgb:-"], check=True,
                               capture_output=True).stdout
         return data.count(b"\xff\xff\xff") > 2000
+
+    def hides_list(self):
+        """Asks once for the plot to take the place of the list; whether it did."""
+        self.key("F12")
+        return not self.shows_list()
 
     def dialog(self):
         return self.find("^Connect live to logger$")
@@ -90,20 +106,16 @@ class Live(Session):
         seen = wait_for("a curve", lambda: self.curve()[0])
         wait_for("the curve to grow", lambda: self.curve()[0] > seen)
 
-    def expect_message(self, text):
-        """Waits until a dialog told the text anew, and closes it and what else is told."""
-        wait_for(text, lambda: text in self.told()[self.seen:])
-        wait_for("its dialog", self.message_window)
-        wait_for("its dialog to go", self.dismiss)
+    def expect_messages(self, *texts):
+        """Waits until these were told, and closes the dialog of each."""
+        wait_for(texts[-1], lambda: re.search(texts[-1], self.told()[self.seen:]))
+        for text in texts:
+            assert re.search(text, self.told()[self.seen:]), text
+            message = wait_for("its dialog", self.message_window)
+            self.activate(message)
+            self.key("Return")
+            wait_for("its dialog to go", lambda: self.message_window() != message)
         self.seen = len(self.told())
-
-    def dismiss(self):
-        """Presses the button of a message, if there is one; whether there was none."""
-        message = self.message_window()
-        if message:
-            subprocess.run(["xdotool", "windowactivate", "--sync", message, "key", "Return"],
-                           capture_output=True)
-        return not message
 
     def message_window(self):
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
@@ -125,29 +137,29 @@ def drive(session, simlogger):
         session.key("ctrl+r")  # again, from the beginning
         wait_for("the empty plot", lambda: session.curve()[0] == 0)
         session.expect_data()
-    session.expect_message("Stream ended")
+    session.expect_messages(GONE)
 
     with Logger(simlogger, logger.port):
         session.connect(logger.port)
         session.expect_data()
-    session.expect_message("Stream ended")
+    session.expect_messages(GONE)
 
     with Logger(simlogger, key="the key") as logger:
         session.connect(logger.port, "the key")
         session.expect_data()
         session.connect(logger.port, "another")
-        session.expect_message("wrong key or data corrupted")
+        session.expect_messages("wrong key or data corrupted",
+                                "Check that logger is set up for encrypted data")
 
     with SilentPort() as silent:
         dialog = session.connect(silent.port)
-        xdotool("windowactivate", "--sync", session.window)
+        session.activate(session.window)
         assert session.shows_list()
-        session.key("F12")  # the window is usable meanwhile: the plot takes the place of the list
-        wait_for("the wider plot", lambda: not session.shows_list())
+        wait_for("the window to react", session.hides_list)
         assert session.dialog() == dialog, "the dialog is open while the connection waits"
-        session.expect_message("Network connection failed")
+        session.expect_messages("Network connection failed")
         assert session.dialog() == dialog, "the dialog stays open"
-    xdotool("windowactivate", "--sync", session.window)
+    session.activate(session.window)
     session.key("alt+F4")
     assert session.process.wait(DEADLINE) == 0, "the exit status"
 
@@ -159,10 +171,13 @@ def main():
         session = Live(program, sample, errors)
         try:
             drive(session, simlogger)
+        except BaseException:
+            sys.stderr.write(session.told())
+            raise
         finally:
             session.process.kill()
             session.process.wait()
-            told = session.told()
+        told = session.told()
         warnings = [line for line in told.splitlines()
                     if WARNING.search(line) and not ALLOWED.search(line)]
         if warnings:
