@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "analysis/Background.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/paint/TimeBox.h"
@@ -57,6 +58,7 @@ GPSPlot::GPSPlot(const AnalysisContext& context) : context_(context) {
     context_.store.dataChanged.connect(onNews);
     context_.store.rulersChanged.connect(onNews);
     context_.timeBox.timeChanged.connect(onNews);
+    property_scale_factor().signal_changed().connect(onNews);
 }
 
 void GPSPlot::setTrack(const std::shared_ptr<GPSTrack>& track) {
@@ -90,28 +92,36 @@ void GPSPlot::render(int width, int height) {
     const TrackParts parts = splitTrack(points_, {store.intervalStart, store.intervalEnd},
                                         {context_.timeBox.start, context_.timeBox.end},
                                         store.leftRuler, store.rightRuler, lastPointTime);
+    isEmpty_ = parts.whole.empty();
     plane_ = PlaneView::fit(PlaneBounds::of(parts.whole), width * zoom_.factor(),
                             height * zoom_.factor());
 
-    const auto surface = Cairo::ImageSurface::create(Cairo::FORMAT_ARGB32, width, height);
+    // In the pixels of the screen, of which a scaled display has several for each of the widget's.
+    const int imageWidth = width * get_scale_factor();
+    const int imageHeight = height * get_scale_factor();
+    const auto surface = Cairo::ImageSurface::create(Cairo::FORMAT_ARGB32, imageWidth, imageHeight);
     const auto cr = Cairo::Context::create(surface);
+    cr->scale(get_scale_factor(), get_scale_factor());
     cr->set_antialias(Cairo::ANTIALIAS_SUBPIXEL);
     const Pixel shift = zoom_.shift();
     drawLine(cr, parts.whole, plane_, shift, kWholeStyle);
     drawLine(cr, parts.visible, plane_, shift, kVisibleStyle);
     drawLine(cr, parts.betweenRulers, plane_, shift, kBetweenRulersStyle);
     drawLine(cr, parts.lastMinute, plane_, shift, kLastMinuteStyle);
-    image_ = Gdk::Pixbuf::create(surface, 0, 0, width, height);
+    image_ = Gdk::Pixbuf::create(surface, 0, 0, imageWidth, imageHeight);
+    imageScale_ = 1.0 / get_scale_factor();
     queue_draw();
 }
 
 bool GPSPlot::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
-    const Gdk::RGBA background(context_.settings.getBgColor());
-    cr->set_source_rgb(background.get_red(), background.get_green(), background.get_blue());
-    cr->paint();
+    paintBackground(cr, context_.settings);
     if (!image_) return false;
+    if (isEmpty_) drawEmptyText(*this, cr, context_.settings, "No positions in this interval");
+    cr->save();
+    cr->scale(imageScale_, imageScale_);
     Gdk::Cairo::set_source_pixbuf(cr, image_, 0, 0);
     cr->paint();
+    cr->restore();
     const auto drawRuler = [&](std::int64_t ruler, const LineStyle& style) {
         const auto point = firstPointAfter(points_, ruler);
         if (!point) return;

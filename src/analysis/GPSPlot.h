@@ -40,9 +40,11 @@ class GPSPlot : public Gtk::DrawingArea {
     AnalysisContext context_;
     std::shared_ptr<GPSTrack> track_;
     std::vector<TrackPoint> points_;  ///< as they were at the last rendering
+    bool isEmpty_ = true;             ///< nothing to draw at the last rendering
     PlaneView plane_;
     TrackZoom zoom_;
     Glib::RefPtr<Gdk::Pixbuf> image_;
+    double imageScale_ = 1.0;  ///< pixels of the widget for one of the image
 };
 
 }  // namespace trelis

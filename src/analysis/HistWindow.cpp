@@ -25,6 +25,7 @@ HistWindow::HistWindow(const AnalysisContext& context, const std::shared_ptr<Sig
     set_default_size(480, 320);
     scale_.set_digits(0);
     scale_.set_tooltip_text("Number of bins");
+    scale_.get_accessible()->set_name("Number of bins");
     copyButton_.set_tooltip_text("Copy the table to the clipboard");
     controls_.set_spacing(kSpacing);
     controls_.set_border_width(kSpacing);

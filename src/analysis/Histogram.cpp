@@ -1,9 +1,12 @@
 #include "analysis/Histogram.h"
 
+#include <gdkmm/general.h>
+
 #include <algorithm>
 #include <array>
 #include <mutex>
 
+#include "analysis/Background.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
@@ -85,14 +88,10 @@ bool Histogram::on_configure_event(GdkEventConfigure* event) {
     return true;
 }
 
-void Histogram::setBackgroundSource(const Cairo::RefPtr<Cairo::Context>& cr) const {
-    const Gdk::RGBA background(context_.settings.getBgColor());
-    cr->set_source_rgb(background.get_red(), background.get_green(), background.get_blue());
-}
-
 bool Histogram::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
-    setBackgroundSource(cr);
-    cr->paint();
+    paintBackground(cr, context_.settings);
+    if (!counts_.hasRange())
+        drawEmptyText(*this, cr, context_.settings, "No values in this interval");
     drawBars(cr);
     drawAxis(cr);
     drawPointer(cr);
@@ -115,7 +114,7 @@ void Histogram::drawBars(const Cairo::RefPtr<Cairo::Context>& cr) const {
 void Histogram::drawAxis(const Cairo::RefPtr<Cairo::Context>& cr) {
     constexpr double kGrey = 0.5;
     constexpr double kAxisAlpha = 0.3;
-    constexpr double kLabelGrey = 0.3;
+    constexpr double kLabelStrength = 0.7;
     const double axisY = height_ - HistogramLayout::kAxisHeight;
     const double spacing = (width_ - 2 * kAxisInset) / (kTicks - 1);
 
@@ -129,7 +128,7 @@ void Histogram::drawAxis(const Cairo::RefPtr<Cairo::Context>& cr) {
     }
     cr->stroke();
 
-    cr->set_source_rgb(kLabelGrey, kLabelGrey, kLabelGrey);
+    Gdk::Cairo::set_source_rgba(cr, inkOn(backgroundOf(context_.settings), kLabelStrength));
     const bool hasRange = counts_.hasRange();
     const double step = hasRange ? (counts_.maxValue - counts_.minValue) / (kTicks - 1) : 0.0;
     for (int tick = 0; tick < kTicks; ++tick) {
@@ -147,7 +146,7 @@ void Histogram::drawPointer(const Cairo::RefPtr<Cairo::Context>& cr) {
     const double x = layout_.barLeft(bin) + layout_.barWidth / 2;
     const double middle = (counts_.lowerEdge(bin) + counts_.upperEdge(bin)) / 2;
 
-    cr->set_source_rgb(0, 0, 0);
+    Gdk::Cairo::set_source_rgba(cr, inkOn(backgroundOf(context_.settings), 1.0));
     cr->set_line_width(2.0);
     cr->move_to(x, axisY - kTickHalf);
     cr->line_to(x, axisY + kTickHalf);
@@ -170,7 +169,7 @@ void Histogram::drawLabel(const Cairo::RefPtr<Cairo::Context>& cr, const std::st
     const double top = height_ - textHeight;
     if (onBackground) {
         cr->save();
-        setBackgroundSource(cr);
+        Gdk::Cairo::set_source_rgba(cr, backgroundOf(context_.settings));
         cr->rectangle(left - 2, top, textWidth + 4, textHeight);
         cr->fill();
         cr->restore();

@@ -47,7 +47,6 @@ class Histogram : public Gtk::DrawingArea {
     /// `align`: 0 the text begins at x, 0.5 it is centred there, 1 it ends there.
     void drawLabel(const Cairo::RefPtr<Cairo::Context>& cr, const std::string& text, double x,
                    double align, bool onBackground);
-    void setBackgroundSource(const Cairo::RefPtr<Cairo::Context>& cr) const;
 
     AnalysisContext context_;
     std::shared_ptr<Signal> signal_;

@@ -49,6 +49,7 @@ SampleRateDialogue::SampleRateDialogue(Store& store, Settings& settings)
         scale.set_margin_start(kScaleMargin);
         scale.set_margin_end(kScaleMargin);
         scale.set_hexpand(true);
+        scale.get_accessible()->set_name("Interval in ms");
         scale.set_no_show_all(true);
         grid_.attach(scale, 0, 1, columns, 1);
         scales_[i].adjustment->signal_value_changed().connect([this, i] { onScaleChanged(i); });
@@ -62,6 +63,7 @@ SampleRateDialogue::SampleRateDialogue(Store& store, Settings& settings)
     add(grid_);
     grid_.show_all();
     scales_[shownScale_].scale.show();
+    copyButton_.grab_focus();
 }
 
 void SampleRateDialogue::show(std::uint64_t a, std::uint64_t b) {

@@ -50,6 +50,7 @@ StatWindow::StatWindow(const AnalysisContext& context, std::shared_ptr<Signal> s
         unitChoice_.append(name);
     unitChoice_.set_active(static_cast<int>(integralUnit_));
     unitChoice_.set_tooltip_text("Time unit of the integral");
+    unitLabel_.set_mnemonic_widget(unitChoice_);
     copyButton_.set_tooltip_text("Copy the table to the clipboard");
     controls_.set_border_width(kSpacing);
     controls_.set_spacing(kSpacing);
@@ -66,8 +67,10 @@ StatWindow::StatWindow(const AnalysisContext& context, std::shared_ptr<Signal> s
         setIntegralUnit(static_cast<IntegralUnit>(unitChoice_.get_active_row_number()));
     });
     copyButton_.signal_clicked().connect(sigc::mem_fun(*this, &StatWindow::copyTable));
-    context_.timeBox.timeChanged.connect(sigc::mem_fun(*this, &StatWindow::refresh));
-    context_.store.rulersChanged.connect(sigc::mem_fun(*this, &StatWindow::refresh));
+    const auto onNews = sigc::mem_fun(*this, &StatWindow::refresh);
+    context_.timeBox.timeChanged.connect(onNews);
+    context_.store.rulersChanged.connect(onNews);
+    context_.store.dataChanged.connect(onNews);
     refresh();
 }
 

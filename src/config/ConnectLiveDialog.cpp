@@ -3,49 +3,28 @@
 #include <glibmm/fileutils.h>
 #include <glibmm/miscutils.h>
 #include <gtkmm/filechooserdialog.h>
+#include <gtkmm/messagedialog.h>
 
-#include <cstdlib>
-#include <limits>
 #include <utility>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "config/LiveAddress.h"
 #include "config/settings/Settings.h"
 
 namespace trelis {
 namespace {
 
-constexpr std::int32_t kDefaultPort = 777;
-constexpr const char* kDefaultPortText = "777";
 constexpr const char* kDefaultTitle = "Live connection";
 constexpr const char* kExtension = ".tvlive";
 constexpr int kSpacing = 6;
 
-struct Address {
-    std::string host;
-    std::string port;  ///< empty if the text names none
-};
-
-Address splitAddress(const std::string& text) {
-    const auto colon = text.find(':');
-    if (colon == std::string::npos) return {text, {}};
-    return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
-std::string joinAddress(const std::string& host, const std::string& port) {
-    return port.empty() || port == kDefaultPortText ? host : host + ":" + port;
+// The name that a stored connection gets.
+std::string withExtension(const std::string& path) {
+    return path.ends_with(kExtension) ? path : path + kExtension;
 }
 
 }  // namespace
-
-std::int32_t readPort(const std::string& text) {
-    if (text.empty()) return kDefaultPort;
-    const long port = std::strtol(text.c_str(), nullptr, 0);
-    if (port > 0 && port < std::numeric_limits<std::int32_t>::max())
-        return static_cast<std::int32_t>(port);
-    report(Level::kWarning, format("Invalid port '%s', using 777 (default)", text.c_str()));
-    return kDefaultPort;
-}
 
 ConnectLiveDialog::ConnectLiveDialog(Gtk::Window& parent, Store& store, Settings& settings,
                                      LiveDialogHooks hooks)
@@ -57,12 +36,15 @@ ConnectLiveDialog::ConnectLiveDialog(Gtk::Window& parent, Store& store, Settings
       connectButton_("_Connect", true) {
     set_title("Connect live to logger");
     set_transient_for(parent);
+    set_position(Gtk::WIN_POS_CENTER_ON_PARENT);
     set_default_size(420, -1);
     layOut();
-    openButton_.signal_clicked().connect(
-        sigc::mem_fun(*this, &ConnectLiveDialog::askForFileToOpen));
-    saveButton_.signal_clicked().connect(
-        sigc::mem_fun(*this, &ConnectLiveDialog::askForFileToSave));
+    openButton_.signal_clicked().connect([this] {
+        if (const std::string path = askForFile(false); !path.empty()) openFile(path);
+    });
+    saveButton_.signal_clicked().connect([this] {
+        if (const std::string path = askForFile(true); !path.empty()) saveFile(path);
+    });
     connectButton_.signal_clicked().connect(
         sigc::mem_fun(*this, &ConnectLiveDialog::connectToLogger));
     store_.connectionChanged.connect(sigc::mem_fun(*this, &ConnectLiveDialog::onConnectionChanged));
@@ -86,6 +68,7 @@ void ConnectLiveDialog::layOut() {
         rowLabels_[i].set_text(rows[i].label);
         rowLabels_[i].set_halign(Gtk::ALIGN_START);
         rows[i].entry.set_tooltip_text(rows[i].tooltip);
+        rows[i].entry.get_accessible()->set_name(rows[i].label);
         rows[i].entry.set_hexpand(true);
         rows[i].entry.set_activates_default(true);
         grid_.attach(rowLabels_[i], 0, line);
@@ -104,6 +87,7 @@ void ConnectLiveDialog::layOut() {
     openButton_.set_tooltip_text("Open stored live connection.");
     saveButton_.set_tooltip_text("Store this connection to file.");
     spinner_.set_no_show_all(true);
+    spinner_.get_accessible()->set_name("Connecting");
     connectButton_.set_can_default(true);
     buttons_.set_spacing(kSpacing);
     buttons_.pack_start(openButton_, Gtk::PACK_SHRINK);
@@ -144,7 +128,7 @@ void ConnectLiveDialog::fillOnce() {
 
 void ConnectLiveDialog::fill(const StoredConnection& connection) {
     if (!connection.title.empty()) title_.set_text(connection.title);
-    address_.set_text(joinAddress(connection.server, connection.port));
+    address_.set_text(joinAddress({connection.server, connection.port}));
     key_.set_text(connection.key);
     setPaths(connection.vsdFile, connection.dbcFile);
 }
@@ -165,20 +149,40 @@ void ConnectLiveDialog::rememberFolder(const std::string& path) {
     settings_.save();
 }
 
-void ConnectLiveDialog::askForFileToOpen() {
-    Gtk::FileChooserDialog dialog(*this, "Select file to open", Gtk::FILE_CHOOSER_ACTION_OPEN);
+// The chooser asks before it replaces a file of the name that was typed, not of the name that gets
+// the extension.
+bool ConnectLiveDialog::mayReplace(const std::string& file) {
+    if (!Glib::file_test(file, Glib::FILE_TEST_EXISTS)) return true;
+    Gtk::MessageDialog question(*this,
+                                "\"" + Glib::filename_display_name(file) +
+                                    "\" already exists, do you want to overwrite it?",
+                                false, Gtk::MESSAGE_QUESTION, Gtk::BUTTONS_YES_NO, true);
+    return question.run() == Gtk::RESPONSE_YES;
+}
+
+std::string ConnectLiveDialog::askForFile(bool save) {
+    Gtk::FileChooserDialog dialog(
+        *this, save ? "Select file to save to" : "Select file to open",
+        save ? Gtk::FILE_CHOOSER_ACTION_SAVE : Gtk::FILE_CHOOSER_ACTION_OPEN);
     dialog.add_button("_Cancel", Gtk::RESPONSE_CANCEL);
     dialog.add_button("Select", Gtk::RESPONSE_OK);
-    const auto filter = Gtk::FileFilter::create();
-    filter->set_name("all files");
-    filter->add_pattern("*");
-    dialog.add_filter(filter);
+    dialog.set_default_response(Gtk::RESPONSE_OK);
+    if (save) {
+        dialog.set_do_overwrite_confirmation(true);
+        dialog.set_current_name("connection.tvlive");
+    } else {
+        const auto filter = Gtk::FileFilter::create();
+        filter->set_name("all files");
+        filter->add_pattern("*");
+        dialog.add_filter(filter);
+    }
     if (const auto folder = settings_.getLivePath(); !folder.empty())
         dialog.set_current_folder(folder);
-    if (dialog.run() != Gtk::RESPONSE_OK) return;
+    if (dialog.run() != Gtk::RESPONSE_OK) return {};
     const std::string path = dialog.get_filename();
     dialog.hide();
-    if (!path.empty()) openFile(path);
+    const bool isNamed = path.empty() || !save || path == withExtension(path);
+    return isNamed || mayReplace(withExtension(path)) ? path : std::string();
 }
 
 void ConnectLiveDialog::openFile(const std::string& path) {
@@ -193,24 +197,10 @@ void ConnectLiveDialog::openFile(const std::string& path) {
     fill(*connection);
 }
 
-void ConnectLiveDialog::askForFileToSave() {
-    Gtk::FileChooserDialog dialog(*this, "Select file to save to", Gtk::FILE_CHOOSER_ACTION_SAVE);
-    dialog.add_button("_Cancel", Gtk::RESPONSE_CANCEL);
-    dialog.add_button("Select", Gtk::RESPONSE_OK);
-    dialog.set_do_overwrite_confirmation(true);
-    dialog.set_current_name("connection.tvlive");
-    if (const auto folder = settings_.getLivePath(); !folder.empty())
-        dialog.set_current_folder(folder);
-    if (dialog.run() != Gtk::RESPONSE_OK) return;
-    const std::string path = dialog.get_filename();
-    dialog.hide();
-    if (!path.empty()) saveFile(path);
-}
-
 void ConnectLiveDialog::saveFile(const std::string& path) {
-    const std::string file = path.ends_with(kExtension) ? path : path + kExtension;
+    const std::string file = withExtension(path);
     rememberFolder(file);
-    const Address address = splitAddress(address_.get_text());
+    const LiveAddress address = splitAddress(address_.get_text());
     StoredConnection connection;
     connection.title = title_.get_text();
     connection.server = address.host;
@@ -251,7 +241,7 @@ void ConnectLiveDialog::connectToLogger() {
     setConnecting(true);
     // Before anything that the running connection reads is changed.
     if (store_.networkInput || store_.liveMode) store_.stopNetwork();
-    const Address address = splitAddress(address_.get_text());
+    const LiveAddress address = splitAddress(address_.get_text());
     const std::string title = title_.get_text();
     store_.decryptionKey = key_.get_text();
     store_.port = readPort(address.port);
@@ -286,7 +276,10 @@ void ConnectLiveDialog::setConnecting(bool connecting) {
 void ConnectLiveDialog::onConnectionChanged() {
     if (!connecting_) return;
     setConnecting(false);
-    if (store_.connected) hide();
+    if (store_.connected)
+        hide();
+    else
+        address_.grab_focus();  // the focus went when the entries became insensitive
 }
 
 }  // namespace trelis

@@ -10,7 +10,6 @@
 #include <gtkmm/window.h>
 
 #include <array>
-#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -27,10 +26,6 @@ struct LiveDialogHooks {
     std::function<void()> reload;
     std::function<void(const std::string&)> setTitle;
 };
-
-/// The number in an address's port text: decimal, or hexadecimal behind 0x, or octal behind 0.
-/// 777 for an empty text, and with a message at WRN for one that is no port.
-std::int32_t readPort(const std::string& text);
 
 /// Main thread only; the worker's result arrives through Store::connectionChanged.
 class ConnectLiveDialog : public Gtk::Window {
@@ -53,15 +48,14 @@ class ConnectLiveDialog : public Gtk::Window {
     void on_show() override;
 
   private:
-    friend class LiveDialogProbe;  // the tests' way in
-
     void layOut();
     void fillOnce();
     void fill(const StoredConnection& connection);
     void setPaths(const std::string& vsdFile, const std::string& dbcFile);
-    void askForFileToOpen();
-    void askForFileToSave();
+    /// The path that the user chose, empty if none. `save`: an existing file may be replaced.
+    [[nodiscard]] std::string askForFile(bool save);
     void rememberFolder(const std::string& path);
+    [[nodiscard]] bool mayReplace(const std::string& file);
     void useDefinitions();
     void setConnecting(bool connecting);
     void onConnectionChanged();

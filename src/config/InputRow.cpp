@@ -4,34 +4,18 @@
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 #include "app/diagnostics/Report.h"
+#include "config/NumberText.h"
 
 namespace trelis {
 namespace {
 
 constexpr int kLeastCompletion = 2;  // characters before a list of thousands is looked through
 
-std::string_view trimmed(std::string_view text) {
-    constexpr const char* kBlanks = " \t";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-template <typename T>
-T readWhole(const std::string& key, const std::string& text) {
-    std::string plain(trimmed(text));
-    if (const auto comma = plain.find(','); comma != std::string::npos) plain[comma] = '.';
-    const char* const first = plain.data() + (plain.starts_with('+') ? 1 : 0);
-    const char* const last = plain.data() + plain.size();
-    T value{};
-    const auto [end, error] = std::from_chars(first, last, value);
-    if (error != std::errc() || end != last)
-        throw std::invalid_argument("The value of '" + key + "' is not a number: " + text);
-    return value;
+std::invalid_argument notANumber(const std::string& key, const std::string& text) {
+    return std::invalid_argument("The value of '" + key + "' is not a number: " + text);
 }
 
 // The shortest text that reads back as the same number, without an exponent where that is not
@@ -54,7 +38,7 @@ std::string numberText(double value) {
 
 InputRow::InputRow(RowText text)
     : text_(std::move(text)), spellings_{text_.key}, label_(text_.key) {
-    label_.set_halign(Gtk::ALIGN_START);
+    label_.set_xalign(0);
     label_.set_tooltip_text(text_.help);
 }
 
@@ -62,6 +46,12 @@ void InputRow::describe(Gtk::Widget& widget) const {
     widget.set_tooltip_text(text_.help);
     widget.set_hexpand(true);
     widget.get_accessible()->set_name(text_.key);
+}
+
+void InputRow::place(Gtk::Grid& grid, int line) {
+    grid.attach(label(), 0, line);
+    grid.attach(widget(), 1, line);
+    show();
 }
 
 void InputRow::show() {
@@ -150,7 +140,8 @@ void EntryInt::loadFrom(const Glib::KeyFile& keyFile, const std::string& group,
 }
 
 std::string EntryInt::readNumber(const std::string& text) const {
-    return std::to_string(readWhole<int>(key(), text));
+    if (const auto value = readInt(text)) return std::to_string(*value);
+    throw notANumber(key(), text);
 }
 
 void EntryFloat::loadFrom(const Glib::KeyFile& keyFile, const std::string& group,
@@ -159,7 +150,8 @@ void EntryFloat::loadFrom(const Glib::KeyFile& keyFile, const std::string& group
 }
 
 std::string EntryFloat::readNumber(const std::string& text) const {
-    return numberText(readWhole<double>(key(), text));
+    if (const auto value = readDouble(text)) return numberText(*value);
+    throw notANumber(key(), text);
 }
 
 // ---- names

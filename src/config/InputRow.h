@@ -5,6 +5,7 @@
 #include <gtkmm/comboboxtext.h>
 #include <gtkmm/entry.h>
 #include <gtkmm/entrycompletion.h>
+#include <gtkmm/grid.h>
 #include <gtkmm/label.h>
 #include <gtkmm/liststore.h>
 
@@ -29,6 +30,8 @@ class InputRow {
     InputRow& operator=(const InputRow&) = delete;
     virtual ~InputRow() = default;
 
+    /// Puts label and widget side by side and shows them.
+    void place(Gtk::Grid& grid, int line);
     virtual void show();
     virtual void hide();
     virtual Gtk::Label& label() { return label_; }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtkmm/grid.h>
+#include <gtkmm/sizegroup.h>
 
 #include <memory>
 #include <string>
@@ -42,6 +43,8 @@ class Method {
                                const SigListModCols& columns);
 
     [[nodiscard]] Gtk::Grid& grid() { return grid_; }
+    /// Lets the labels be as wide as all others of the group.
+    void alignLabels(const Glib::RefPtr<Gtk::SizeGroup>& group);
     /// The row of this key, null if there is none.
     [[nodiscard]] InputRow* findRow(const std::string& key) const;
     /// The `resetSig` row, null if the method has none.
@@ -71,6 +74,9 @@ class Method {
 
 /// Every method that the editor offers, in the order of its list.
 std::vector<std::unique_ptr<Method>> makeMethods();
+
+/// The rows of the options that all methods share.
+std::vector<std::unique_ptr<InputRow>> makeCommonRows();
 
 /// Lets a row accept the second spelling that the definition files allow for its key.
 void acceptAlternative(InputRow& row, const std::string& method);

@@ -2,45 +2,16 @@
 
 #include <glibmm/markup.h>
 
-#include <charconv>
 #include <cmath>
-#include <optional>
-#include <string_view>
 
 #include "app/diagnostics/Report.h"
+#include "config/NumberText.h"
 
 namespace trelis {
 namespace {
 
 constexpr int kSpacing = 6;
 constexpr int kMargin = 12;
-
-std::string_view trimmed(std::string_view text) {
-    constexpr const char* kBlanks = " \t\r\n";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-std::optional<int> readInt(std::string_view text) {
-    text = trimmed(text);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
-}
-
-std::optional<double> readDouble(std::string_view text) {
-    std::string dotted(trimmed(text));
-    if (const auto comma = dotted.find(','); comma != std::string::npos) dotted[comma] = '.';
-    const char* const first = dotted.data() + (dotted.starts_with('+') ? 1 : 0);
-    const char* const last = dotted.data() + dotted.size();
-    double value = 0;
-    const auto [end, error] = std::from_chars(first, last, value);
-    if (error != std::errc() || end != last || !std::isfinite(value)) return std::nullopt;
-    return value;
-}
 
 // The text of a colour in the form of the settings.
 std::string colourText(const Gdk::RGBA& colour) {
@@ -63,7 +34,7 @@ std::string SettingRowInt::storedText() const {
 }
 
 void SettingRowInt::storeText(const std::string& text) {
-    if (const auto value = readInt(text)) slots_.set(*value);
+    if (const auto value = readInt(text)) storeIfTaken(slots_, *value);
 }
 
 std::string SettingRowDouble::storedText() const {
@@ -71,7 +42,7 @@ std::string SettingRowDouble::storedText() const {
 }
 
 void SettingRowDouble::storeText(const std::string& text) {
-    if (const auto value = readDouble(text)) slots_.set(*value);
+    if (const auto value = readDouble(text)) storeIfTaken(slots_, *value);
 }
 
 void SettingRowColor::show() {

@@ -1,6 +1,7 @@
 // The rows of the preferences window: each binds a setting to a widget.
 #pragma once
 
+#include <gtkmm/checkbutton.h>
 #include <gtkmm/colorbutton.h>
 #include <gtkmm/entry.h>
 #include <gtkmm/grid.h>
@@ -14,8 +15,8 @@
 
 namespace trelis {
 
-/// A label, a description and a widget. A text that cannot be read as the row's type is refused:
-/// the row goes back to the value of the setting.
+/// A label, a description and a widget. A text that cannot be read as the row's type, or that the
+/// setting does not take, is refused without a word: the row goes back to the old value.
 class SettingRow {
   public:
     SettingRow(std::string label, std::string description)
@@ -46,6 +47,14 @@ struct SettingSlots {
     std::function<T()> get;
     std::function<void(const T&)> set;
 };
+
+/// Stores a value; a setting that would read back as another one keeps what it had.
+template <typename T>
+void storeIfTaken(const SettingSlots<T>& slots, const T& value) {
+    const T before = slots.get();
+    slots.set(value);
+    if (slots.get() != value) slots.set(before);
+}
 
 /// A setting that is shown as a text.
 class SettingRowText : public SettingRow {
@@ -98,6 +107,24 @@ class SettingRowStr : public SettingRowText {
     [[nodiscard]] std::string storedText() const override { return slots_.get(); }
     void storeText(const std::string& text) override { slots_.set(text); }
     SettingSlots<std::string> slots_;
+};
+
+class SettingRowBool : public SettingRow {
+  public:
+    SettingRowBool(const std::string& label, const std::string& description,
+                   SettingSlots<bool> slots)
+        : SettingRow(label, description), slots_(std::move(slots)) {}
+
+    void show() override { button_.set_active(slots_.get()); }
+    void apply() override {
+        if (isDirty()) slots_.set(button_.get_active());
+    }
+    [[nodiscard]] bool isDirty() const override { return button_.get_active() != slots_.get(); }
+    [[nodiscard]] Gtk::Widget& widget() override { return button_; }
+
+  private:
+    SettingSlots<bool> slots_;
+    Gtk::CheckButton button_;
 };
 
 /// A colour of the form "#rrrrggggbbbb".

@@ -1,9 +1,13 @@
 #include "config/SettingsWindow.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
+#include "model/CanIface.h"
+#include "model/Message.h"
+#include "model/Signal.h"
 
 namespace trelis {
 namespace {
@@ -15,6 +19,7 @@ constexpr std::array<const char*, 3> kPageTitles = {"General", "Plot", "Signal l
 
 SettingsWindow::SettingsWindow(Store& store, Settings& settings)
     : store_(store), settings_(settings), saveButton_("Save changes") {
+    store_.lineWidth = settings_.getLineWidth();
     set_title("Preferences");
     set_default_size(520, 560);
 
@@ -43,18 +48,28 @@ void SettingsWindow::addRow(Page page, const char* label, const char* descriptio
                             Setter setter) {
     rows_.push_back(std::make_unique<Row>(
         label, description,
-        SettingSlots<T>{[this, getter] { return (settings_.*getter)(); },
-                        [this, setter](const T& value) { (settings_.*setter)(value); }}));
+        SettingSlots<T>{
+            [this, getter] { return std::invoke(getter, settings_); },
+            [this, setter](const T& value) { std::invoke(setter, settings_, value); }}));
     grids_.at(page).addRow(*rows_.back());
 }
 
 void SettingsWindow::addGeneralRows() {
     addRow<SettingRowInt, int>(kGeneral, "Bitrate interval",
                                "Averaging interval for bitrate signals (ms)",
-                               &Settings::getBitrateInterval, &Settings::setBitrateInterval);
+                               &Settings::getBitrateInterval, [](Settings& settings, int ms) {
+                                   if (ms > 0) settings.setBitrateInterval(ms);
+                               });
     addRow<SettingRowStr, std::string>(kGeneral, "Text editor",
                                        "Editor to use for editing VSD and DBC files.",
                                        &Settings::getDefaultEditor, &Settings::setDefaultEditor);
+    addRow<SettingRowBool, bool>(
+        kGeneral, "Tolerant definitions",
+        "Keep all that can be read of a DBC file, from the next load on",
+        &Settings::getTolerantDefinitions, [this](Settings& settings, bool tolerant) {
+            settings.setTolerantDefinitions(tolerant);
+            store_.tolerantDefinitions = tolerant;  // also against the command line
+        });
 }
 
 void SettingsWindow::addPlotRows() {
@@ -95,12 +110,21 @@ void SettingsWindow::on_show() {
 }
 
 void SettingsWindow::saveChanges() {
+    const std::string oldColour = settings_.getDefSigColor();
     for (const auto& row : rows_)
         row->apply();
     settings_.save();
     store_.lineWidth = settings_.getLineWidth();
+    if (settings_.getDefSigColor() != oldColour) recolourSignals();
     store_.settingsChanged.emit();
     store_.requestRedraw();
+}
+
+void SettingsWindow::recolourSignals() {
+    for (const auto& [number, interface] : store_.interfaces)
+        for (const auto& [id, message] : interface->messages)
+            for (const auto& signal : message->signals)
+                signal->color = store_.colorOf(interface->name, message->name, signal->name);
 }
 
 SettingRow* SettingsWindow::findRow(const std::string& label) const {

@@ -22,7 +22,7 @@ class Store;
 /// Shows the settings as they are each time it opens; closing forgets what was not saved.
 class SettingsWindow : public Gtk::Window {
   public:
-    /// Both outlive the window.
+    /// Both outlive the window. Gives the Store the line width of the settings.
     SettingsWindow(Store& store, Settings& settings);
 
     /// Stores all rows, saves the file and lets every window take the new values.
@@ -41,6 +41,8 @@ class SettingsWindow : public Gtk::Window {
                 Setter setter);
     void addGeneralRows();
     void addPlotRows();
+    /// Lets the signals without a colour of their own follow the default one.
+    void recolourSignals();
 
     Store& store_;
     Settings& settings_;

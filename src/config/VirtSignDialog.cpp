@@ -17,7 +17,6 @@ namespace trelis {
 namespace {
 
 constexpr int kSpacing = 6;
-constexpr const char* kSignalHint = "<canif>.<msg>.<signal>";
 
 }  // namespace
 
@@ -28,16 +27,17 @@ VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& sett
       hooks_(std::move(hooks)),
       signalPaths_(Gtk::ListStore::create(columns_)),
       methods_(makeMethods()),
+      labels_(Gtk::SizeGroup::create(Gtk::SIZE_GROUP_HORIZONTAL)),
       name_({"name", "<msg>.<signal>", "Select virtual message and signal name"}),
       unit_({"unit", "km/h (optional)", "Unit for this signal"}),
       methodFrame_("Method"),
-      inputFrame_("Inputs"),
-      countLabel_("Number of inputs"),
+      inputs_(signalPaths_, columns_, labels_),
       commonButton_("Show common options"),
       saveButton_("Save changes (Ctrl + S)"),
       duplicateButton_("Duplicate"),
       deleteButton_("Delete signal") {
     set_transient_for(parent);
+    set_position(Gtk::WIN_POS_CENTER_ON_PARENT);
     set_default_size(560, 640);
     layOut();
     chooseMethod();
@@ -46,15 +46,14 @@ VirtSignDialog::VirtSignDialog(Gtk::Window& parent, Store& store, Settings& sett
 // ---- the form
 
 void VirtSignDialog::placeRow(Gtk::Grid& grid, int line, InputRow& row) {
-    grid.attach(row.label(), 0, line);
-    grid.attach(row.widget(), 1, line);
-    row.show();
+    row.place(grid, line);
+    labels_->add_widget(row.label());
 }
 
 void VirtSignDialog::layOut() {
     header_.set_markup("<b><big>Sigmira</big></b>");
     header_.set_halign(Gtk::ALIGN_START);
-    for (Gtk::Grid* grid : {&topGrid_, &inputGrid_, &commonGrid_}) {
+    for (Gtk::Grid* grid : {&topGrid_, &commonGrid_}) {
         grid->set_row_spacing(kSpacing);
         grid->set_column_spacing(2 * kSpacing);
     }
@@ -65,7 +64,7 @@ void VirtSignDialog::layOut() {
     form_.set_spacing(2 * kSpacing);
     form_.pack_start(topGrid_, Gtk::PACK_SHRINK);
     layOutMethods();
-    layOutInputs();
+    form_.pack_start(inputs_, Gtk::PACK_SHRINK);
     layOutCommonRows();
 
     scrolled_.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
@@ -84,6 +83,7 @@ void VirtSignDialog::layOutMethods() {
     for (const auto& entry : methods_) {
         methodChoice_.append(entry->name());
         entry->setCompletion(signalPaths_, columns_);
+        entry->alignLabels(labels_);
     }
     methodChoice_.set_tooltip_text("Select virtual method to use");
     methodChoice_.get_accessible()->set_name("method");
@@ -105,47 +105,7 @@ void VirtSignDialog::layOutMethods() {
     form_.pack_start(methodFrame_, Gtk::PACK_SHRINK);
 }
 
-void VirtSignDialog::layOutInputs() {
-    inputCount_.set_range(1, 1);
-    inputCount_.set_increments(1, 1);
-    inputCount_.set_numeric(true);
-    inputCount_.set_tooltip_text("Select number input signals to use");
-    inputCount_.signal_value_changed().connect(
-        [this] { setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int())); });
-    countLine_.set_spacing(2 * kSpacing);
-    countLine_.pack_start(countLabel_, Gtk::PACK_SHRINK);
-    countLine_.pack_start(inputCount_, Gtk::PACK_SHRINK);
-    inputBox_.set_border_width(kSpacing);
-    inputBox_.set_spacing(kSpacing);
-    inputBox_.pack_start(countLine_, Gtk::PACK_SHRINK);
-    inputBox_.pack_start(inputGrid_, Gtk::PACK_SHRINK);
-    inputFrame_.add(inputBox_);
-    form_.pack_start(inputFrame_, Gtk::PACK_SHRINK);
-}
-
 void VirtSignDialog::layOutCommonRows() {
-    const auto add = [this](auto row) { commonRows_.push_back(std::move(row)); };
-    const auto addFloat = [&](const char* key, const char* hint, const char* help) {
-        add(std::make_unique<EntryFloat>(RowText{key, hint, help}));
-    };
-    const auto addBool = [&](const char* key, const char* help) {
-        add(std::make_unique<EntryBool>(RowText{key, "", help}));
-    };
-    addFloat("fact", "x 1.0", "Multiply signal output by this factor");
-    addFloat("offs", "+ 12.0", "Add this offset to signal output");
-    addFloat("minLim", "0.5 units", "Ignore values below this limit in plot (for better scaling)");
-    addFloat("maxLim", "25.5 units", "Ignore values above this limit in plot (for better scaling)");
-    addBool("absInput", "Use absolute value of input signal");
-    addBool("absOutput", "Output absolute value");
-    add(std::make_unique<EntryInt>(
-        RowText{"avgWindow", "2000 ms", "Average the signal output with this window size"}));
-    add(std::make_unique<EntryString>(
-        RowText{"comment", "Vertical speed of rocket", "Helpful description of signal"}));
-    addBool("hidden", "Hide signal (only use as input to other signals)");
-    addBool("fillEmpty", "Use last registered value to fill gaps");
-    addFloat("valWhenEmpty", "", "Fill gaps with this value instead of last");
-    addBool("pauseIfZero", "Pause output for signal while it would have been 0");
-
     commonButton_.signal_clicked().connect([this] { showCommonRows(!commonGrid_.get_visible()); });
     commonHelp_.set_image_from_icon_name("help-browser");
     commonHelp_.set_tooltip_text("Show common options help");
@@ -155,10 +115,8 @@ void VirtSignDialog::layOutCommonRows() {
     commonLine_.pack_start(commonHelp_, Gtk::PACK_SHRINK);
     form_.pack_start(commonLine_, Gtk::PACK_SHRINK);
     int line = 0;
-    for (const auto& row : commonRows_) {
-        acceptAlternative(*row, {});
+    for (const auto& row : commonRows_)
         placeRow(commonGrid_, line++, *row);
-    }
     commonGrid_.set_no_show_all(true);
     form_.pack_start(commonGrid_, Gtk::PACK_SHRINK);
 }
@@ -188,32 +146,7 @@ void VirtSignDialog::chooseMethod() {
     for (const auto& entry : methods_)
         entry->hideRows();
     method().showRows();
-    limitInputs(0);
-}
-
-// The method sets how many inputs there may be; what a file holds beyond that is kept.
-void VirtSignDialog::limitInputs(std::size_t loaded) {
-    const std::size_t most = std::max<std::size_t>(method().maxInputs(), loaded);
-    inputFrame_.set_visible(most > 0);
-    inputFrame_.set_no_show_all(most == 0);
-    const double lowest = most > 0 ? 1 : 0;
-    inputCount_.set_range(lowest, static_cast<double>(most));
-    inputCount_.set_sensitive(most > 1);
-    if (loaded > 0) inputCount_.set_value(static_cast<double>(loaded));
-    setInputCount(static_cast<std::size_t>(inputCount_.get_value_as_int()));
-}
-
-void VirtSignDialog::setInputCount(std::size_t count) {
-    while (inputs_.size() > count)
-        inputs_.pop_back();
-    while (inputs_.size() < count) {
-        auto row = std::make_unique<EntrySignal>(
-            RowText{format("signal_%02lu", static_cast<unsigned long>(inputs_.size() + 1)),
-                    kSignalHint, "Select input signal"});
-        row->setCompletion(signalPaths_, columns_);
-        placeRow(inputGrid_, static_cast<int>(inputs_.size()), *row);
-        inputs_.push_back(std::move(row));
-    }
+    inputs_.limit(method().maxInputs(), 0);
 }
 
 void VirtSignDialog::showCommonRows(bool show) {
@@ -233,7 +166,6 @@ void VirtSignDialog::clearForm() {
         row->showDefault();
     }
     inputs_.clear();
-    inputCount_.set_value(1);
 }
 
 void VirtSignDialog::forgetEdited() {
@@ -287,7 +219,7 @@ void VirtSignDialog::newSignal(const std::string& messageName) {
     fillCompletions();
     clearForm();
     methodChoice_.set_active(0);
-    limitInputs(0);
+    inputs_.limit(method().maxInputs(), 0);
     if (!messageName.empty()) name_.setValue(messageName + ".new_signal");
     present("New virtual signal");
 }
@@ -295,6 +227,7 @@ void VirtSignDialog::newSignal(const std::string& messageName) {
 void VirtSignDialog::duplicate() {
     name_.setValue(name_.value() + "_copy");
     forgetEdited();
+    fillCompletions();  // the copy may use the original
     vsdFile_ = settings_.getVsdFile();
     present("New virtual signal");
 }

@@ -7,7 +7,7 @@
 #include <gtkmm/frame.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/scrolledwindow.h>
-#include <gtkmm/spinbutton.h>
+#include <gtkmm/sizegroup.h>
 #include <gtkmm/window.h>
 
 #include <functional>
@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "config/InputList.h"
 #include "config/InputRow.h"
 #include "config/Method.h"
 
@@ -52,18 +53,13 @@ class VirtSignDialog : public Gtk::Window {
     bool on_key_press_event(GdkEventKey* event) override;
 
   private:
-    friend class EditorProbe;  // the tests' way in
-
     // The form
     void layOut();
     void layOutMethods();
-    void layOutInputs();
     void layOutCommonRows();
     void layOutButtons();
     void placeRow(Gtk::Grid& grid, int line, InputRow& row);
     void chooseMethod();
-    void setInputCount(std::size_t count);
-    void limitInputs(std::size_t loaded);
     void showCommonRows(bool show);
     void clearForm();
     void present(const char* title);
@@ -83,8 +79,6 @@ class VirtSignDialog : public Gtk::Window {
     /// False, after telling why, if the form does not make a signal.
     bool tryDefinition(const std::string& group) const;
     bool storeDefinition(const std::string& group);
-    /// The full names of the signals that compute from the edited one.
-    [[nodiscard]] std::vector<std::string> usersOfEdited() const;
 
     Store& store_;
     Settings& settings_;
@@ -98,6 +92,7 @@ class VirtSignDialog : public Gtk::Window {
     std::vector<std::unique_ptr<Method>> methods_;
     std::size_t methodIndex_ = 0;
 
+    Glib::RefPtr<Gtk::SizeGroup> labels_;  ///< of one width in all blocks of the form
     Gtk::VBox box_;
     Gtk::Label header_;
     Gtk::ScrolledWindow scrolled_;
@@ -110,18 +105,12 @@ class VirtSignDialog : public Gtk::Window {
     Gtk::HBox methodLine_;
     Gtk::ComboBoxText methodChoice_;
     Gtk::Button methodHelp_;
-    Gtk::Frame inputFrame_;
-    Gtk::VBox inputBox_;
-    Gtk::HBox countLine_;
-    Gtk::Label countLabel_;
-    Gtk::SpinButton inputCount_;
-    Gtk::Grid inputGrid_;
-    std::vector<std::unique_ptr<EntrySignal>> inputs_;
+    InputList inputs_;
     Gtk::HBox commonLine_;
     Gtk::Button commonButton_;
     Gtk::Button commonHelp_;
     Gtk::Grid commonGrid_;
-    std::vector<std::unique_ptr<InputRow>> commonRows_;
+    std::vector<std::unique_ptr<InputRow>> commonRows_ = makeCommonRows();
     Gtk::HBox buttons_;
     Gtk::Button saveButton_;
     Gtk::Button duplicateButton_;

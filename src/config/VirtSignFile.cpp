@@ -1,20 +1,18 @@
 // The part of the editor that reads and writes the definition file.
-#include <glibmm/fileutils.h>
 #include <gtkmm/messagedialog.h>
 
 #include <algorithm>
 #include <ctime>
-#include <optional>
 #include <set>
-#include <system_error>
 
 #include "app/diagnostics/AtomicFile.h"
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "config/SignalUse.h"
 #include "config/VirtSignDialog.h"
+#include "config/VsdGroup.h"
 #include "config/VsdText.h"
-#include "model/Message.h"
 #include "virtual/VirtualMessage.h"
 #include "virtual/VirtualSignal.h"
 
@@ -23,46 +21,6 @@ namespace {
 
 constexpr const char* kMethodKey = "method";
 constexpr const char* kStampKey = "Sigmira";
-constexpr const char* kSettingsGroup = "settings";
-
-std::string inputKey(std::size_t number) {
-    return format("signal_%02lu", static_cast<unsigned long>(number));
-}
-
-// The form of a group name in a definition file.
-bool isSignalName(const std::string& name) {
-    if (name.empty() || name == kSettingsGroup) return false;
-    if (name.front() == '.' || name.back() == '.') return false;
-    if (std::count(name.begin(), name.end(), '.') > 1) return false;
-    return std::none_of(name.begin(), name.end(), [](char c) {
-        const auto code = static_cast<unsigned char>(c);
-        return code <= ' ' || code == 0x7F || c == '[' || c == ']';
-    });
-}
-
-// The path of the signal that a group defines.
-std::string pathOf(const std::string& group) {
-    return group.find('.') == std::string::npos ? "Virt.Virtual." + group : "Virt." + group;
-}
-
-struct DefinitionFile {
-    std::string text;
-    Glib::KeyFile keys;
-};
-
-// An empty result: the failure has been told.
-std::optional<DefinitionFile> loadDefinitions(const std::string& path) {
-    std::optional<DefinitionFile> file(std::in_place);
-    try {
-        file->text = Glib::file_get_contents(path);
-        file->keys.load_from_data(file->text);
-        return file;
-    } catch (const Glib::Error& error) {
-        report(Level::kWarning, format("Could not read VSD file: %s, error: %s", path.c_str(),
-                                       error.what().c_str()));
-    }
-    return std::nullopt;
-}
 
 std::string localTime() {
     const std::time_t now = std::time(nullptr);
@@ -73,30 +31,6 @@ std::string localTime() {
     return text.data();
 }
 
-// Whether `signal` is one of these or computes from one, at any remove.
-bool leadsTo(const std::shared_ptr<Signal>& signal, const std::set<const Signal*>& targets) {
-    std::vector<std::shared_ptr<Signal>> waiting{signal};
-    std::set<const Signal*> seen;
-    while (!waiting.empty()) {
-        const auto next = waiting.back();
-        waiting.pop_back();
-        if (!next || !seen.insert(next.get()).second) continue;
-        if (targets.contains(next.get())) return true;
-        if (const auto* computed = dynamic_cast<const VirtualSignal*>(next.get()))
-            computed->collectInputs(waiting);
-    }
-    return false;
-}
-
-// The signal of this path, empty if there is none.
-std::shared_ptr<Signal> findSignal(Store& store, const std::string& path) {
-    try {
-        if (!path.empty()) return store.getSignal(path);
-    } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): so there is none
-    }
-    return nullptr;
-}
-
 }  // namespace
 
 // ---- opening
@@ -104,7 +38,7 @@ std::shared_ptr<Signal> findSignal(Store& store, const std::string& path) {
 void VirtSignDialog::openGroup(const std::shared_ptr<Signal>& signal,
                                const std::shared_ptr<VirtualSignal>& definition) {
     const std::string& group = definition->vsdGroup;
-    const auto file = loadDefinitions(definition->vsdFile);
+    const auto file = openDefinitions(definition->vsdFile);
     if (!file) return;
     const Glib::KeyFile& keys = file->keys;
     if (!keys.has_group(group) || !keys.has_key(group, kMethodKey)) {
@@ -132,15 +66,7 @@ void VirtSignDialog::loadRows(const Glib::KeyFile& keyFile, const std::string& g
     name_.load(keyFile, group);
     unit_.load(keyFile, group);
     method().loadRows(keyFile, group);
-    inputs_.clear();
-    std::size_t count = 0;
-    while (keyFile.has_key(group, inputKey(count + 1)))
-        ++count;
-    limitInputs(count);
-    for (const auto& row : inputs_) {
-        acceptAlternative(*row, method().name());
-        row->load(keyFile, group);
-    }
+    inputs_.load(keyFile, group, method());
     for (const auto& row : commonRows_)
         row->load(keyFile, group);
 }
@@ -155,7 +81,7 @@ bool VirtSignDialog::refersToItself() const {
     if (const auto* smoothed = dynamic_cast<const VirtualSignal*>(edited.get()))
         if (smoothed->smoothedSource) own.insert(smoothed->smoothedSource.get());
     std::vector<const EntrySignal*> rows;
-    for (const auto& row : inputs_)
+    for (const auto& row : inputs_.rows())
         rows.push_back(row.get());
     if (method().resetRow() != nullptr) rows.push_back(method().resetRow());
     // The trial tells what is wrong with a path that leads nowhere.
@@ -172,7 +98,7 @@ bool VirtSignDialog::writeSignal(Glib::KeyFile& keyFile, const std::string& grou
     }
     method().saveRows(keyFile, group);
     unit_.save(keyFile, group);
-    for (const auto& row : inputs_)
+    for (const auto& row : inputs_.rows())
         row->save(keyFile, group);
     for (const auto& row : commonRows_)
         row->save(keyFile, group);
@@ -201,7 +127,7 @@ bool VirtSignDialog::tryDefinition(const std::string& group) const {
 }
 
 bool VirtSignDialog::storeDefinition(const std::string& group) {
-    const auto file = loadDefinitions(vsdFile_);
+    const auto file = openDefinitions(vsdFile_);
     if (!file) return false;
     if (group != editedGroup_ && file->keys.has_group(group)) {
         report(Level::kWarning, format("VSD file %s already has signal with that name (%s)",
@@ -227,38 +153,21 @@ bool VirtSignDialog::storeDefinition(const std::string& group) {
 void VirtSignDialog::saveChanges() {
     if (store_.waitingForWork()) return;
     const std::string group = name_.value();
-    if (!isSignalName(group)) {
+    if (!isGroupName(group)) {
         report(Level::kWarning, "Signal name must have form <msgName>.<signalName>");
         return;
     }
     if (!tryDefinition(group) || !storeDefinition(group)) return;
     forgetEdited();
     hide();
-    if (hooks_.reloadAndSelect) hooks_.reloadAndSelect(pathOf(group));
+    if (hooks_.reloadAndSelect) hooks_.reloadAndSelect(pathOfGroup(group));
 }
 
 // ---- deleting
 
-std::vector<std::string> VirtSignDialog::usersOfEdited() const {
-    std::vector<std::string> users;
-    const auto interface = store_.findInterfaceByNumber(kVirtualInterface);
-    if (!interface) return users;
-    for (const auto& [id, message] : interface->messages)
-        for (const auto& signal : message->signals) {
-            const auto* candidate = dynamic_cast<const VirtualSignal*>(signal.get());
-            if (candidate == nullptr || signal->internalOnly || signal->fullName == editedName_)
-                continue;
-            // The signal inside a smoothing window answers for the one that is listed.
-            const Signal* asked =
-                candidate->smoothedSource ? candidate->smoothedSource.get() : signal.get();
-            if (asked->usesSignal(editedName_)) users.push_back(signal->fullName);
-        }
-    return users;
-}
-
 void VirtSignDialog::deleteSignal() {
     if (editedName_.empty() || store_.waitingForWork()) return;
-    if (const auto users = usersOfEdited(); !users.empty()) {
+    if (const auto users = usersOf(store_, editedName_); !users.empty()) {
         std::string names;
         for (const std::string& user : users)
             names += "\n\t- " + user;
@@ -271,14 +180,15 @@ void VirtSignDialog::deleteSignal() {
     question.set_secondary_text("Deleted signals can't be restored.");
     if (question.run() != Gtk::RESPONSE_YES) return;
     question.hide();
-    const auto file = loadDefinitions(vsdFile_);
-    if (!file) return;
     std::string reason;
     try {
-        if (file->keys.has_group(editedGroup_))
-            replaceFile(vsdFile_, removeGroup(file->text, editedGroup_));
+        const DefinitionFile file = readDefinitions(vsdFile_);
+        if (file.keys.has_group(editedGroup_))
+            replaceFile(vsdFile_, removeGroup(file.text, editedGroup_));
         else
             reason = "There is no group " + editedGroup_;
+    } catch (const Glib::Exception& error) {
+        reason = error.what();
     } catch (const std::exception& error) {
         reason = error.what();
     }

@@ -3,25 +3,20 @@
 #include <algorithm>
 #include <optional>
 
+#include "config/NumberText.h"
+
 namespace trelis {
 namespace {
 
-std::string_view withoutBlanks(std::string_view line) {
-    constexpr const char* kBlanks = " \t\r\n";
-    const auto first = line.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
-}
-
 /// The group that a line begins, if it is the head of one.
 std::optional<std::string_view> headOf(std::string_view line) {
-    const auto bare = withoutBlanks(line);
+    const auto bare = trimmed(line);
     if (bare.size() < 2 || bare.front() != '[' || bare.back() != ']') return std::nullopt;
     return bare.substr(1, bare.size() - 2);
 }
 
 bool isRemark(std::string_view line) {
-    const auto bare = withoutBlanks(line);
+    const auto bare = trimmed(line);
     return bare.empty() || bare.front() == '#';
 }
 
@@ -52,7 +47,7 @@ std::string removeGroup(std::string_view text, std::string_view group) {
 
 std::string appendGroup(std::string_view text, std::string_view groupText) {
     std::string result(text);
-    while (!result.empty() && withoutBlanks({&result.back(), 1}).empty())
+    while (!result.empty() && trimmed({&result.back(), 1}).empty())
         result.pop_back();
     if (!result.empty()) result += "\n\n";
     result += groupText;

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "analysis/AnalysisContext.h"
-#include "app/store/Store.h"
 #include "desk/Desk.h"
 #include "model/Message.h"
 #include "model/Signal.h"
@@ -18,7 +17,7 @@ namespace trelis::test {
 inline constexpr std::uint64_t kBegin = 1'600'000'000'000;
 inline constexpr std::uint64_t kMinutes = 2;
 
-class AnalysisTest : public ::testing::Test {
+class AnalysisTest : public DeskTest {
   protected:
     AnalysisTest() {
         const auto bus = store.addInterface("Bus", 0);
@@ -29,11 +28,6 @@ class AnalysisTest : public ::testing::Test {
             speed->addSample(kBegin + ms, 60 + 40 * std::sin(static_cast<double>(ms) / 7000));
         store.firstTime = store.parseFirstTime = store.intervalStart = kBegin;
         store.lastTime = store.parseLastTime = store.intervalEnd = kBegin + kMinutes * 60000;
-    }
-    ~AnalysisTest() override {
-        pumpPending();
-        setDark(false);
-        takeTexts();
     }
 
     std::shared_ptr<Signal> addSignal(const std::string& name, const std::string& unit) {
@@ -54,9 +48,6 @@ class AnalysisTest : public ::testing::Test {
     }
     static std::string clipboardText() { return Gtk::Clipboard::get()->wait_for_text(); }
 
-    ScratchSettings scratch;
-    Settings& settings = *scratch.settings;
-    Store store;
     TimeBox timeBox{store};
     AnalysisContext context{store, timeBox, settings};
     std::shared_ptr<Message> message;

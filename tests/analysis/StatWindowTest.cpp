@@ -29,30 +29,23 @@ TEST_F(StatWindowTest, FollowsViewAndRulers) {
     EXPECT_EQ(window.text().rows[10].unit, "km/h·s");
 }
 
-TEST_F(StatWindowTest, CopiesWhatItShows) {
-    setView(0, 60000);
-    setRulers(1000, 2000);
+TEST_F(StatWindowTest, CopiesWhatItShowsAndCountsNewData) {
+    setView(0, 120000);
     settings.setDecimalComma(true);
-    StatWindow window(context, speed);
-    present(window);
-    window.copyTable();
-    const std::string text = clipboardText();
-    EXPECT_EQ(text.find("Name\tValue\tUnit\nWindow\t"), 0U);
-    EXPECT_NE(text.find("\nSignal\tSpeed\nLeft ruler time\t"), std::string::npos);
-    EXPECT_NE(text.find("\t( 1.000s)\n"), std::string::npos);
-    EXPECT_NE(text.find("\nMin value\t" + window.text().rows[6].value + "\tkm/h\n"),
-              std::string::npos);
-    EXPECT_EQ(text.find("<b>"), std::string::npos);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 14);
-}
-
-TEST_F(StatWindowTest, ShowsDashesForAnEmptySignal) {
-    const auto signal = addSignal("Empty", "<&>");
+    const auto signal = addSignal("Late", "<&>");
     StatWindow window(context, signal);
     present(window);
-    for (std::size_t i = 0; i < 11; ++i)
-        EXPECT_EQ(window.text().rows[i].value, "-") << i;
+    const auto& rows = window.text().rows;
+    for (const StatisticsRow& row : rows)
+        EXPECT_TRUE(row.value == "-" || row.name == "Time span") << row.name;
     keepBothShots(window, "statistics-empty");
+    signal->addSample(kBegin, 1.5);
+    signal->addSample(kBegin + 500, 2);
+    store.dataChanged.emit();
+    pumpPending();
+    EXPECT_EQ(rows[6].value, "1,500000");
+    window.copyTable();
+    EXPECT_EQ(clipboardText(), statisticsTable(window.text(), "Late"));
 }
 
 class SampleTableTest : public AnalysisTest {};
@@ -63,23 +56,29 @@ TEST_F(SampleTableTest, ScalesShareOneValue) {
     ASSERT_TRUE(pump([&] { return window.get_mapped(); }));
     EXPECT_EQ(window.get_title(), "Copy plot to clipboard");
     EXPECT_EQ(window.intervalMs(), 10U);
-    window.moveScale(0, 3);
-    EXPECT_EQ(window.intervalMs(), 3U);
-    EXPECT_EQ(window.scaleValue(1), 10);
+    struct Move {
+        std::size_t scale;
+        double to;
+        std::uint64_t intervalMs;
+        std::array<double, 3> shown;
+    };
+    for (const Move& move :
+         {Move{0, 3.7, 3, {3, 10, 1000}}, Move{0, 400, 10, {10, 10, 1000}},
+          Move{1, 99, 90, {10, 90, 1000}}, Move{1, 0, 10, {10, 10, 1000}},
+          Move{1, 5000, 1000, {10, 1000, 1000}}, Move{2, 1999, 1000, {10, 1000, 1000}},
+          Move{2, 61000, 60000, {10, 1000, 60000}}}) {
+        window.moveScale(move.scale, move.to);
+        EXPECT_EQ(window.intervalMs(), move.intervalMs) << move.to;
+        for (std::size_t i = 0; i < move.shown.size(); ++i)
+            EXPECT_EQ(window.scaleValue(i), move.shown.at(i)) << move.to;
+    }
     keepBothShots(window, "sample-table");
-
-    window.chooseScale(2);
-    EXPECT_EQ(window.intervalMs(), 1000U);
-    EXPECT_EQ(window.shownScale(), 2U);
-    EXPECT_EQ(window.scaleValue(0), 10);
-    window.moveScale(2, 61000);
-    EXPECT_EQ(window.intervalMs(), 60000U);
-    EXPECT_EQ(window.scaleValue(1), 1000);
-    keepBothShots(window, "sample-table-seconds");
-    window.chooseScale(1);
-    EXPECT_EQ(window.intervalMs(), 1000U);
-    window.moveScale(1, 0);
-    EXPECT_EQ(window.intervalMs(), 10U);
+    for (const auto& [scale, intervalMs] : {std::pair{0U, 10U}, {2U, 1000U}, {1U, 1000U}}) {
+        window.chooseScale(scale);
+        EXPECT_EQ(window.intervalMs(), intervalMs) << "what that scale shows";
+        EXPECT_EQ(window.shownScale(), scale);
+    }
+    keepBothShots(window, "sample-table-tens");
 }
 
 TEST_F(SampleTableTest, CopiesTheSelectionAndStaysOpen) {

@@ -1,12 +1,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cmath>
-#include <map>
 #include <regex>
+#include <sstream>
 
-#include "app/store/Store.h"
+#include "config/SignalUse.h"
 #include "config/VirtSignDialog.h"
 #include "config/VsdText.h"
 #include "desk/Desk.h"
@@ -16,54 +15,7 @@
 #include "model/builtin/LoggerMessage.h"
 #include "virtual/VirtualSignal.h"
 
-namespace trelis {
-
-class EditorProbe {
-  public:
-    explicit EditorProbe(VirtSignDialog& dialog) : dialog_(dialog) {}
-
-    InputRow& row(const std::string& key) {
-        if (key == "name") return dialog_.name_;
-        if (key == "unit") return dialog_.unit_;
-        if (InputRow* own = dialog_.method().findRow(key)) return *own;
-        for (const auto& row : dialog_.commonRows_)
-            if (row->key() == key) return *row;
-        for (const auto& row : dialog_.inputs_)
-            if (row->key() == key) return *row;
-        throw std::out_of_range(key);
-    }
-    void fill(const std::string& key, const std::string& text) {
-        if (auto* entry = dynamic_cast<EntryString*>(&row(key)))
-            entry->setValue(text);
-        else if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key)))
-            choice->setValue(text);
-        else
-            dynamic_cast<EntryBool&>(row(key)).setValue(text == "Yes");
-    }
-    std::string shown(const std::string& key) {
-        if (auto* entry = dynamic_cast<EntryString*>(&row(key))) return entry->value();
-        if (auto* choice = dynamic_cast<EntryDropDwn*>(&row(key))) return choice->value();
-        return dynamic_cast<EntryBool&>(row(key)).value() ? "Yes" : "No";
-    }
-    void choose(const std::string& method) { dialog_.methodChoice_.set_active_text(method); }
-    std::string method() { return dialog_.methodChoice_.get_active_text(); }
-    void setInputs(const std::vector<std::string>& paths) {
-        if (!paths.empty()) dialog_.inputCount_.set_value(static_cast<double>(paths.size()));
-        for (std::size_t i = 0; i < paths.size(); ++i)
-            dialog_.inputs_.at(i)->setValue(paths[i]);
-    }
-    std::size_t inputCount() { return dialog_.inputs_.size(); }
-    std::size_t completions() { return dialog_.signalPaths_->children().size(); }
-    void toggleCommon() { dialog_.commonButton_.clicked(); }
-    std::string commonLabel() { return dialog_.commonButton_.get_label(); }
-    bool inputsVisible() { return dialog_.inputFrame_.get_visible(); }
-    Gtk::Button& deleteButton() { return dialog_.deleteButton_; }
-
-  private:
-    VirtSignDialog& dialog_;
-};
-
-namespace test {
+namespace trelis::test {
 namespace {
 
 constexpr const char* kBus =
@@ -89,41 +41,68 @@ constexpr const char* kProject =
     "signal_01=Virt.Power.first\n"
     "step=100\n";
 
-class EditorTest : public ::testing::Test {
+constexpr const char* kTop =
+    "[Power.top]\nmethod=derive\nsignal_01=Virt.Power.total\nstep=10\navgWindow=50\n";
+
+class EditorTest : public DeskTest {
   protected:
     EditorTest() {
         scratch.write("bus.dbc", kBus);
-        settings.setVsdFile(scratch.write("project.vsd", kProject));
-        load();
-        takeTexts();
-    }
-    ~EditorTest() override {
-        pumpPending();
+        settings.setVsdFile(path);
+        load(kProject);
         takeTexts();
     }
     void load() {
         store.clearAll();
         addLoggerInterface(store);
-        loadVsdFile(store, scratch.file("project.vsd"));
+        loadVsdFile(store, path);
+    }
+    void load(const std::string& text) {
+        scratch.write("project.vsd", text);
+        load();
     }
     std::string project() { return scratch.read("project.vsd"); }
     Glib::KeyFile keys() {
         Glib::KeyFile file;
-        file.load_from_file(scratch.file("project.vsd"));
+        file.load_from_file(path);
         return file;
     }
-    void edit(const std::string& path) {
-        dialog.editSignal(store.getSignal(path));
+    void edit(const std::string& signal) {
+        dialog.editSignal(store.getSignal(signal));
         pumpPending();
+    }
+    void fill(const std::string& key, const std::string& text) {
+        auto& row = named<Gtk::Widget>(dialog, key);
+        if (auto* entry = dynamic_cast<Gtk::Entry*>(&row))
+            entry->set_text(text);
+        else
+            dynamic_cast<Gtk::ComboBoxText&>(row).set_active_text(text);
+    }
+    std::string shown(const std::string& key) {
+        auto& row = named<Gtk::Widget>(dialog, key);
+        if (auto* entry = dynamic_cast<Gtk::Entry*>(&row)) return entry->get_text();
+        return dynamic_cast<Gtk::ComboBoxText&>(row).get_active_text();
+    }
+    Gtk::Button& button(const char* label) { return named<Gtk::Button>(dialog, label); }
+    Gtk::SpinButton& inputCount() { return named<Gtk::SpinButton>(dialog, "Number of inputs"); }
+    void setInputs(const std::vector<std::string>& paths) {
+        inputCount().set_value(static_cast<double>(paths.size()));
+        for (std::size_t i = 0; i < paths.size(); ++i)
+            fill("signal_0" + std::to_string(i + 1), paths[i]);
+    }
+    /// How many signals the row of the first input offers.
+    std::size_t completions() {
+        const auto& entry = named<Gtk::Entry>(dialog, "signal_01");
+        return entry.get_completion()->get_model()->children().size();
     }
     /// A new signal that could be saved.
     void beginExpression(const std::string& name) {
         dialog.newSignal("Power");
-        probe.choose("expression");
-        probe.fill("name", name);
-        probe.fill("step", "20");
-        probe.fill("expr", "$01 + 1");
-        probe.setInputs({"Can.Engine.rpm"});
+        fill("method", "expression");
+        fill("name", name);
+        fill("step", "20");
+        fill("expr", "$01 + 1");
+        setInputs({"Can.Engine.rpm"});
     }
     /// Saves, and expects the refusal with this text and an untouched file.
     void expectRefused(const std::string& text) {
@@ -135,30 +114,45 @@ class EditorTest : public ::testing::Test {
         EXPECT_NE(texts.back().find(text), std::string::npos) << texts.back();
         EXPECT_TRUE(dialog.get_visible());
         EXPECT_EQ(project(), before);
-        EXPECT_EQ(reloads, 0);
+        EXPECT_TRUE(selected.empty());
+    }
+    /// Deletes the signal that is edited, with this answer to the question.
+    void deleteEdited(int response) {
+        const DialogAnswer answer(response, [response](Gtk::Dialog& asked) {
+            auto& question = dynamic_cast<Gtk::MessageDialog&>(asked);
+            EXPECT_EQ(question.property_text(), "Do you want to delete this signal?");
+            EXPECT_EQ(question.property_secondary_text(), "Deleted signals can't be restored.");
+            if (response == Gtk::RESPONSE_NO) {
+                settle(question);
+                keepShot(question, "editor-delete");
+            }
+            return true;
+        });
+        dialog.deleteSignal();
+        EXPECT_TRUE(answer.wasAsked());
     }
 
-    ScratchSettings scratch;
-    Settings& settings = *scratch.settings;
-    Store store;
+    const std::string path = scratch.file("project.vsd");
     Gtk::Window parent;
-    int reloads = 0;
-    std::string selected;
-    VirtSignDialog dialog{parent, store, settings, {[this](const std::string& path) {
-                              ++reloads;
-                              selected = path;
+    std::string selected;  ///< by the last save
+    VirtSignDialog dialog{parent, store, settings, {[this](const std::string& signal) {
+                              selected = signal;
                               load();
                           }}};
-    EditorProbe probe{dialog};
 };
 
 // ---- every method there and back
 
 struct RoundTrip {
+    RoundTrip(const char* name, const std::string& filled, std::vector<std::string> from = {})
+        : method(name), inputs(std::move(from)) {
+        std::istringstream words(filled);
+        for (std::string word; words >> word;)
+            rows.emplace_back(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
+    }
     const char* method;
     std::vector<std::pair<std::string, std::string>> rows;
     std::vector<std::string> inputs;
-    bool hasSamples = true;
 
     friend void PrintTo(const RoundTrip& trip, std::ostream* out) { *out << trip.method; }
 };
@@ -167,97 +161,70 @@ class EveryMethod : public EditorTest, public ::testing::WithParamInterface<Roun
   protected:
     /// A triangle of ten seconds between 0 and 20 on all inputs, and a place within the fences.
     void feed() {
-        for (const char* path : {"Can.Engine.rpm", "Can.Engine.torque"})
+        for (const char* input : {"Can.Engine.rpm", "Can.Engine.torque"})
             for (std::uint64_t ms = 0; ms <= 60000; ms += 50)
-                store.getSignal(path)->addSample(
+                store.getSignal(input)->addSample(
                     1000 + ms, 20 - std::abs(static_cast<double>(ms % 10000) / 250 - 20));
-        for (const char* path : {"Logger.GPS_POS.lat", "Logger.GPS_POS.N_S", "Logger.GPS_POS.long",
-                                 "Logger.GPS_POS.E_W"})
+        for (const char* input : {"lat", "N_S", "long", "E_W"})
             for (std::uint64_t ms = 0; ms <= 60000; ms += 1000)
-                store.getSignal(path)->addSample(1000 + ms, static_cast<double>(ms));
+                store.getSignal(std::string("Logger.GPS_POS.") + input)
+                    ->addSample(1000 + ms, static_cast<double>(ms));
     }
-    static void expectComputed(VirtualSignal& signal, bool hasSamples) {
-        signal.calculate();
-        if (hasSamples) {
-            EXPECT_FALSE(signal.samples().empty());
-            return;
-        }
-        double summary = 0;
-        EXPECT_TRUE(signal.summaryValue(summary));
+    /// The file without the dates of saving and the blank lines at its end.
+    std::string undated() {
+        const auto text = std::regex_replace(project(), std::regex("Sigmira=.*"), "");
+        return text.substr(0, text.find_last_not_of('\n') + 1);
     }
 };
 
 std::vector<RoundTrip> roundTrips() {
+    const std::string reset = " resetSig=Can.Engine.torque";
+    const std::string levels = "step=100 above=15 below=5";
     const std::vector<std::string> one = {"Can.Engine.rpm"};
-    const std::vector<std::string> two = {"Can.Engine.rpm", "Can.Engine.torque"};
-    const std::string reset = "Can.Engine.torque";
     return {
-        {"expression", {{"step", "100"}, {"radians", "Yes"}, {"expr", "max($01, $02)"}}, two},
-        {"average",
-         {{"step", "100"}, {"window", "500"}, {"onlyPos", "Yes"}, {"onlyNeg", "No"}},
-         one},
-        {"integrate",
-         {{"onlyPos", "Yes"}, {"minSum", "-5.5"}, {"maxSum", "1000000"}, {"resetSig", reset}},
-         one},
-        {"derive", {{"step", "100"}}, one},
-        {"slope",
-         {{"step", "100"},
-          {"posSlopeIncr", "1.5"},
-          {"posSlopeDecr", "2.5"},
-          {"negSlopeIncr", "3.5"},
-          {"negSlopeDecr", "4.5"}},
-         one},
-        {"count", {{"step", "100"}, {"above", "15"}, {"below", "5"}, {"resetSig", reset}}, one},
-        {"time",
-         {{"step", "100"},
-          {"above", "15"},
-          {"below", "5"},
-          {"countAbove", "No"},
-          {"resetSig", reset}},
-         one},
-        {"accumulate", {{"step", "100"}, {"resetSig", reset}}, one},
-        {"frequency",
-         {{"step", "50"}, {"samples", "2"}, {"filter", "15"}, {"peaks", "1"}, {"amplitude", "Yes"}},
-         one},
-        {"estimate",
-         {{"step", "100"}, {"highLimit", "15"}, {"lowLimit", "5"}, {"offValue", "1"}},
-         one},
-        {"IIR", {{"step", "100"}, {"K", "10.25"}}, one},
-        {"statistics", {{"step", "100"}, {"type", "min"}}, one, false},
-        {"lookuptable", {{"step", "100"}, {"file", "table.txt"}}, one},
-        {"above", {{"step", "100"}, {"above", "15"}, {"below", "5"}}, one},
-        {"below", {{"step", "100"}, {"above", "15"}, {"below", "5"}}, one},
-        {"geofence",
-         {{"step", "1000"}, {"type", "circle"}, {"center", "57.5;-12.25"}, {"radius", "150"}},
-         {}},
-        {"geofence",
-         {{"step", "1000"}, {"type", "square"}, {"topleft", "2;1"}, {"bottomright", "1;2"}},
-         {}},
+        {"expression", "step=100 radians=Yes expr=max($01,$02)", {one[0], "Can.Engine.torque"}},
+        {"average", "step=100 window=500 onlyPos=Yes onlyNeg=No", one},
+        {"integrate", "onlyPos=Yes minSum=-5.5 maxSum=1000000" + reset, one},
+        {"derive", "step=100", one},
+        {"slope", "step=100 posSlopeIncr=1.5 posSlopeDecr=2.5 negSlopeIncr=3 negSlopeDecr=4", one},
+        {"count", levels + reset, one},
+        {"time", levels + " countAbove=No" + reset, one},
+        {"accumulate", "step=100" + reset, one},
+        {"frequency", "step=50 samples=2 filter=15 peaks=1 amplitude=Yes", one},
+        {"estimate", "step=100 highLimit=15 lowLimit=5 offValue=1", one},
+        {"IIR", "step=100 K=10.25", one},
+        {"statistics", "step=100 type=min", one},
+        {"lookuptable", "step=100 file=table.txt", one},
+        {"above", levels, one},
+        {"below", levels, one},
+        {"geofence", "step=1000 type=circle center=57.5;-12.25 radius=150"},
+        {"geofence", "step=1000 type=square topleft=2;1 bottomright=1;2"},
     };
 }
 
-TEST_P(EveryMethod, IsSavedLoadedComputedAndShownAgain) {
+TEST_P(EveryMethod, IsSavedComputedShownRenamedCopiedAndDeleted) {
     const RoundTrip& trip = GetParam();
+    const std::string group = "Test.new_signal";
+    const std::string untouched = undated();
     scratch.write("table.txt", "0 0\n20 100\n");
     present(dialog);
     dialog.newSignal("Test");
-    EXPECT_EQ(probe.shown("name"), "Test.new_signal");
-    probe.choose(trip.method);
-    probe.fill("unit", "km/h");
-    probe.setInputs(trip.inputs);
-    EXPECT_EQ(probe.inputsVisible(), !trip.inputs.empty());
+    EXPECT_EQ(shown("name"), group);
+    fill("method", trip.method);
+    fill("unit", "km/h");
+    setInputs(trip.inputs);
+    EXPECT_EQ(inputCount().get_mapped(), !trip.inputs.empty());
     for (const auto& [key, text] : trip.rows)
-        probe.fill(key, text);
-    probe.fill("fact", "2");
+        fill(key, text);
+    fill("fact", "2");
     settle(dialog);
     keepShot(dialog, std::string("editor-") + trip.method);
     dialog.saveChanges();
     EXPECT_TRUE(takeTexts().empty());
     EXPECT_FALSE(dialog.get_visible());
-    ASSERT_EQ(selected, "Virt.Test.new_signal");
+    ASSERT_EQ(selected, "Virt." + group);
 
     const auto file = keys();
-    const std::string group = "Test.new_signal";
     EXPECT_EQ(file.get_string(group, "method"), trip.method);
     EXPECT_EQ(file.get_string(group, "fact"), "2");
     EXPECT_FALSE(file.has_key(group, "hidden"));
@@ -270,21 +237,40 @@ TEST_P(EveryMethod, IsSavedLoadedComputedAndShownAgain) {
     ASSERT_TRUE(signal);
     EXPECT_EQ(signal->unit, "km/h");
     feed();
-    expectComputed(*signal, trip.hasSamples);
+    signal->calculate();
+    double summary = 0;
+    EXPECT_TRUE(!signal->samples().empty() || signal->summaryValue(summary));
 
     dialog.editSignal(signal);
     EXPECT_EQ(dialog.get_title(), "Edit virtual signal");
-    EXPECT_EQ(probe.method(), trip.method);
-    EXPECT_EQ(probe.shown("name"), group);
-    EXPECT_EQ(probe.inputCount(), trip.inputs.size());
-    for (const auto& [key, text] : trip.rows) {
-        const bool isFloat = dynamic_cast<EntryFloat*>(&probe.row(key)) != nullptr;
-        EXPECT_EQ(probe.shown(key), isFloat ? std::to_string(std::stod(text)) : text) << key;
-    }
-    const std::string before = std::regex_replace(project(), std::regex("Sigmira=.*"), "");
+    EXPECT_EQ(shown("method"), trip.method);
+    EXPECT_EQ(shown("name"), group);
+    EXPECT_EQ(inputCount().get_value(), trip.inputs.size());
+    for (const auto& [key, text] : trip.rows)
+        EXPECT_TRUE(shown(key) == text || shown(key) == std::to_string(std::stod(text))) << key;
+    const std::string saved = undated();
     dialog.saveChanges();
-    EXPECT_EQ(std::regex_replace(project(), std::regex("Sigmira=.*"), ""), before)
-        << "saving what was loaded changes nothing";
+    EXPECT_EQ(undated(), saved) << "saving what was loaded changes nothing";
+
+    edit("Virt." + group);
+    fill("name", "Test.renamed");
+    dialog.saveChanges();
+    const std::string renamed =
+        std::regex_replace(saved, std::regex("Test.new_signal"), "Test.renamed");
+    EXPECT_EQ(undated(), renamed);
+    edit(selected);
+    dialog.duplicate();
+    EXPECT_EQ(dialog.get_title(), "New virtual signal");
+    EXPECT_FALSE(button("Delete signal").get_sensitive());
+    pressKey(dialog, GDK_KEY_s, GDK_CONTROL_MASK);
+    EXPECT_EQ(selected, "Virt.Test.renamed_copy");
+    edit(selected);
+    deleteEdited(Gtk::RESPONSE_YES);
+    EXPECT_EQ(undated(), renamed);
+    edit("Virt.Test.renamed");
+    deleteEdited(Gtk::RESPONSE_YES);
+    EXPECT_EQ(undated(), untouched);
+    EXPECT_TRUE(takeTexts().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Editor, EveryMethod, ::testing::ValuesIn(roundTrips()),
@@ -294,41 +280,34 @@ INSTANTIATE_TEST_SUITE_P(Editor, EveryMethod, ::testing::ValuesIn(roundTrips()),
 
 // ---- the form
 
-TEST_F(EditorTest, PicturesOfAllStates) {
+TEST_F(EditorTest, TheFormFollowsSignalAndMethod) {
     dialog.newSignal("");
     present(dialog);
     EXPECT_EQ(dialog.get_title(), "New virtual signal");
-    EXPECT_EQ(probe.shown("name"), "");
-    EXPECT_FALSE(probe.deleteButton().get_sensitive());
-    keepBothShots(dialog, "editor-new");
-    edit("Virt.Power.first");
-    EXPECT_EQ(probe.commonLabel(), "Show common options");
-    probe.toggleCommon();
-    EXPECT_EQ(probe.commonLabel(), "Hide common options");
-    keepBothShots(dialog, "editor-edit-common");
-    probe.choose("geofence");
-    keepBothShots(dialog, "editor-switched");
-}
-
-TEST_F(EditorTest, CompletionOffersAllSignalsButTheEditedOne) {
-    dialog.newSignal("");
-    const std::size_t all = probe.completions();
+    EXPECT_EQ(shown("name"), "");
+    EXPECT_FALSE(button("Delete signal").get_sensitive());
+    const std::size_t all = completions();
     EXPECT_GT(all, 3U);
-    edit("Virt.Power.first");
-    EXPECT_EQ(probe.completions(), all - 1);
-}
+    keepBothShots(dialog, "editor-new");
+    fill("method", "expression");
+    setInputs({"a", "b", "c"});
+    for (const auto& [method, inputs] : std::vector<std::pair<const char*, int>>{
+             {"expression", 3}, {"average", 1}, {"geofence", 0}, {"lookuptable", 1}}) {
+        fill("method", method);
+        EXPECT_EQ(inputCount().get_value(), inputs) << method;
+    }
 
-TEST_F(EditorTest, InputsFollowTheMethod) {
-    dialog.newSignal("");
-    probe.choose("expression");
-    probe.setInputs({"a", "b", "c"});
-    EXPECT_EQ(probe.inputCount(), 3U);
-    probe.choose("average");
-    EXPECT_EQ(probe.inputCount(), 1U);
-    probe.choose("geofence");
-    EXPECT_EQ(probe.inputCount(), 0U);
-    probe.choose("lookuptable");
-    EXPECT_EQ(probe.inputCount(), 1U);
+    edit("Virt.Power.first");
+    EXPECT_EQ(completions(), all - 1) << "all but the edited one";
+    dialog.duplicate();
+    EXPECT_EQ(completions(), all) << "the copy may use the original";
+    edit("Virt.Power.first");
+    button("Show common options").clicked();
+    EXPECT_TRUE(named<Gtk::Entry>(dialog, "fact").get_mapped());
+    EXPECT_TRUE(button("Hide common options").get_visible());
+    keepBothShots(dialog, "editor-edit-common");
+    fill("method", "geofence");
+    keepBothShots(dialog, "editor-switched");
 }
 
 // ---- what stands in the way
@@ -336,90 +315,92 @@ TEST_F(EditorTest, InputsFollowTheMethod) {
 TEST_F(EditorTest, ABadDefinitionIsNeverWritten) {
     beginExpression("Power.bad");
     present(dialog);
-    probe.fill("expr", "max(");
+    fill("expr", "max(");
     expectRefused("Can't create signal:\n\n\"");
-    probe.fill("expr", "$01");
-    probe.fill("step", "soon");
+    fill("expr", "$01");
+    fill("step", "soon");
     expectRefused("The value of 'step' is not a number: soon");
-    probe.fill("step", "20");
-    probe.fill("fact", "0");
+    fill("step", "20");
+    fill("fact", "0");
     expectRefused("Factor can not be zero");
-    probe.fill("fact", "");
-    probe.setInputs({"Can.Engine.absent"});
+    fill("fact", "");
+    setInputs({"Can.Engine.absent"});
     expectRefused("Can't create signal");
-    probe.setInputs({"Can.Engine.rpm"});
+    setInputs({"Can.Engine.rpm"});
     for (const char* name : {"", ".a", "a.", "a.b.c", "a b", "settings", "a[b"}) {
-        probe.fill("name", name);
+        fill("name", name);
         expectRefused("Signal name must have form <msgName>.<signalName>");
     }
-    probe.fill("name", "Power.total");
-    expectRefused("VSD file " + scratch.file("project.vsd") +
-                  " already has signal with that name (Power.total)");
+    fill("name", "Power.total");
+    expectRefused("VSD file " + path + " already has signal with that name (Power.total)");
     store.parsing = true;
     expectRefused("Wait for parse to complete");
     store.parsing = false;
-}
 
-TEST_F(EditorTest, ASignalMustNotLeadToItself) {
     edit("Virt.Power.first");
-    probe.setInputs({"Virt.Power.first"});
-    expectRefused("Signal is referring to it self.");
-    probe.setInputs({"Virt.Power.total"});
-    expectRefused("Signal is referring to it self.");
+    for (const char* input : {"Virt.Power.first", "Virt.Power.total"}) {
+        setInputs({input});
+        expectRefused("Signal is referring to it self.");
+    }
 }
 
 TEST_F(EditorTest, WhatItCannotOpenIsTold) {
-    const auto refused = [&](const std::shared_ptr<Signal>& signal) {
+    const auto expectTold = [&](const std::shared_ptr<Signal>& signal, const std::string& text) {
         dialog.editSignal(signal);
         const auto texts = takeTexts();
-        return texts.empty() ? std::string() : texts.back();
+        ASSERT_FALSE(texts.empty()) << text;
+        EXPECT_EQ(texts.back().find(text), 0U) << texts.back();
     };
-    EXPECT_EQ(refused(store.getSignal("Virt.Power.total")), "Can't handle method: sum");
-    EXPECT_EQ(refused(store.getSignal("Can.Engine.rpm")), "trying to edit non-virtual signal");
+    expectTold(store.getSignal("Virt.Power.total"), "Can't handle method: sum");
+    expectTold(store.getSignal("Can.Engine.rpm"), "trying to edit non-virtual signal");
     const auto first = store.getSignal("Virt.Power.first");
-    const std::string whole = project();
     scratch.write("project.vsd", "[Power.first]\nmethod=expression\nstep=later\n");
-    EXPECT_EQ(refused(first), "Unexpected error when opening signal");
+    expectTold(first, "Unexpected error when opening signal");
     scratch.write("project.vsd", "[Power.first]\nstep=1\n");
-    EXPECT_EQ(refused(first), "Can't find method in VSD file");
-    std::filesystem::remove(scratch.file("project.vsd"));
-    EXPECT_EQ(refused(first).find("Could not read VSD file: " + scratch.file("project.vsd")), 0U);
+    expectTold(first, "Can't find method in VSD file");
+    std::filesystem::remove(path);
+    expectTold(first, "Could not read VSD file: " + path);
     EXPECT_FALSE(dialog.get_visible());
 
     // A refusal leaves an open form with the signal that it was about.
-    scratch.write("project.vsd", whole);
-    load();
+    load(kProject);
     edit("Virt.Power.first");
-    EXPECT_EQ(refused(store.getSignal("Virt.Power.total")), "Can't handle method: sum");
+    expectTold(store.getSignal("Virt.Power.total"), "Can't handle method: sum");
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Power.first");
     EXPECT_TRUE(keys().has_group("Power.total"));
 }
 
 TEST_F(EditorTest, AProtectedFileLosesNothing) {
-    beginExpression("Power.more");
+    load(std::string(kProject) + kTop);
+    const std::string before = project();
+    edit("Virt.Power.top");
     present(dialog);
-    chmod(scratch.file("project.vsd").c_str(), 0444);
+    chmod(path.c_str(), 0444);
     chmod(scratch.folder.c_str(), 0755);
     const bool superuser = geteuid() == 0;
     constexpr uid_t kNobody = 65534;
     if (superuser) {
         ASSERT_EQ(seteuid(kNobody), 0);
     }
-    expectRefused("Could not store changes to VSD file " + scratch.file("project.vsd") + ":\n");
+    expectRefused("Could not store changes to VSD file " + path + ":\n");
+    deleteEdited(Gtk::RESPONSE_YES);
     if (superuser) {
         ASSERT_EQ(seteuid(0), 0);
     }
+    EXPECT_EQ(project(), before);
+    const std::string text = "Could not delete signal from VSD file " + path + ": ";
+    EXPECT_EQ(takeTexts().back().find(text), 0U);
+    std::filesystem::remove(path);
+    deleteEdited(Gtk::RESPONSE_YES);
+    EXPECT_EQ(takeTexts().back().find(text), 0U);
+    EXPECT_TRUE(dialog.get_visible());
 }
 
 // ---- changing, copying, deleting
 
 TEST(VsdTextTest, RemovesOneGroupAndNothingElse) {
-    struct Case {
-        const char* text;
-        const char* expected;
-    };
-    for (const auto& [text, expected] : std::vector<Case>{
+    for (const auto& [text, expected] : std::vector<std::pair<const char*, const char*>>{
              {"", ""},
              {"[a]\nx=1", ""},
              {"[ab]\nx=1\n[b]\ny=2\n", "[ab]\nx=1\n[b]\ny=2\n"},
@@ -433,32 +414,28 @@ TEST(VsdTextTest, RemovesOneGroupAndNothingElse) {
 
 TEST_F(EditorTest, OthersAndCommentsSurviveARename) {
     edit("Virt.Power.first");
-    probe.fill("name", "Power.renamed");
-    chmod(scratch.file("project.vsd").c_str(), 0640);
+    fill("name", "Power.renamed");
+    chmod(path.c_str(), 0640);
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Power.renamed");
-    const auto file = keys();
-    EXPECT_FALSE(file.has_group("Power.first"));
-    EXPECT_EQ(file.get_string("Power.renamed", "expr"), "$01 * 2");
-    EXPECT_EQ(file.get_string("Power.total", "method"), "sum");
-    const std::string head =
-        std::string(kProject).substr(0, std::string(kProject).find("[Power.f"));
-    const std::string tail = std::string(kProject).substr(std::string(kProject).find("# Not"));
+    const std::string all = kProject;
+    const std::string head = all.substr(0, all.find("[Power.f"));
+    const std::string tail = all.substr(all.find("# Not"));
     EXPECT_EQ(project().find(head + "\n" + tail + "\n[Power.renamed]\nmethod=expression\n"), 0U)
         << project();
+    EXPECT_EQ(keys().get_string("Power.renamed", "expr"), "$01 * 2");
     struct stat facts {};
-    ASSERT_EQ(stat(scratch.file("project.vsd").c_str(), &facts), 0);
+    ASSERT_EQ(stat(path.c_str(), &facts), 0);
     EXPECT_EQ(facts.st_mode & 0777U, 0640U);
 }
 
 TEST_F(EditorTest, OldSpellingsAndDigitsAreKept) {
-    scratch.write("project.vsd", std::string(kProject) +
-                                     "[Old]\nmethod=average\nsignal=Can.Engine.rpm\nstep=10\n"
-                                     "window=20\nfactor=0.00000012345\nminLimit=1\navg=40\n");
-    load();
+    load(std::string(kProject) +
+         "[Old]\nmethod=average\nsignal=Can.Engine.rpm\nstep=10\n"
+         "window=20\nfactor=0.00000012345\nminLimit=1\navg=40\n");
     edit("Virt.Virtual.Old");
-    EXPECT_EQ(probe.shown("signal_01"), "Can.Engine.rpm");
-    EXPECT_EQ(probe.shown("avgWindow"), "40");
+    EXPECT_EQ(shown("signal_01"), "Can.Engine.rpm");
+    EXPECT_EQ(shown("avgWindow"), "40");
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Virtual.Old");
     const auto file = keys();
@@ -468,55 +445,26 @@ TEST_F(EditorTest, OldSpellingsAndDigitsAreKept) {
     EXPECT_FALSE(file.has_key("Old", "signal"));
 }
 
-TEST_F(EditorTest, ACopyIsANewSignal) {
-    edit("Virt.Power.first");
-    dialog.duplicate();
-    EXPECT_EQ(dialog.get_title(), "New virtual signal");
-    EXPECT_EQ(probe.shown("name"), "Power.first_copy");
-    EXPECT_FALSE(probe.deleteButton().get_sensitive());
-    pressKey(dialog, GDK_KEY_s, GDK_CONTROL_MASK);
-    EXPECT_EQ(selected, "Virt.Power.first_copy");
-    EXPECT_TRUE(keys().has_group("Power.first"));
-    EXPECT_EQ(keys().get_string("Power.first_copy", "expr"), "$01 * 2");
-}
-
 TEST_F(EditorTest, DeletingAsksAndSparesWhatIsUsed) {
     int reloadRequests = 0;
     store.reloadRequested.connect([&] { ++reloadRequests; });
+    load(std::string(kProject) + kTop);
+    EXPECT_EQ(usersOf(store, "Virt.Power.total"), std::vector<std::string>{"Virt.Power.top"})
+        << "also behind a smoothing window";
     edit("Virt.Power.first");
     dialog.deleteSignal();
     EXPECT_EQ(takeTexts(),
               std::vector<std::string>{"Can't delete signal,  other virtual signals still use it "
                                        "as input:\n\t- Virt.Power.total"});
-
-    scratch.write("project.vsd", std::string(kProject) +
-                                     "[Power.top]\nmethod=derive\nsignal_01=Virt.Power.total\n"
-                                     "step=10\navgWindow=50\n");
-    load();
     edit("Virt.Power.top");
     const std::string before = project();
-    {
-        const DialogAnswer answer(Gtk::RESPONSE_NO, [](Gtk::Dialog& asked) {
-            auto& question = dynamic_cast<Gtk::MessageDialog&>(asked);
-            EXPECT_EQ(question.property_text(), "Do you want to delete this signal?");
-            EXPECT_EQ(question.property_secondary_text(), "Deleted signals can't be restored.");
-            settle(question);
-            keepShot(question, "editor-delete");
-            return true;
-        });
-        dialog.deleteSignal();
-        EXPECT_TRUE(answer.wasAsked());
-    }
+    deleteEdited(Gtk::RESPONSE_NO);
     EXPECT_EQ(project(), before);
-    {
-        const DialogAnswer answer(Gtk::RESPONSE_YES);
-        dialog.deleteSignal();
-    }
+    deleteEdited(Gtk::RESPONSE_YES);
     EXPECT_FALSE(keys().has_group("Power.top"));
     EXPECT_TRUE(keys().has_group("Power.total"));
     EXPECT_TRUE(pump([&] { return reloadRequests == 1; }));
 }
 
 }  // namespace
-}  // namespace test
-}  // namespace trelis
+}  // namespace trelis::test

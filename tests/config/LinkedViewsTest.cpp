@@ -1,8 +1,5 @@
-#include <sys/sem.h>
-#include <sys/shm.h>
-
-#include "app/store/Store.h"
 #include "config/LinkedViews.h"
+#include "config/link/LinkObjects.h"
 #include "desk/Desk.h"
 #include "plot/paint/TimeBox.h"
 
@@ -28,12 +25,7 @@ struct Copy {
 
 class LinkedViewsTest : public ::testing::Test {
   protected:
-    ~LinkedViewsTest() override {
-        if (const int shm = shmget(ftok(path.c_str(), 'N'), 0, 0); shm >= 0)
-            shmctl(shm, IPC_RMID, nullptr);
-        if (const int sem = semget(ftok(path.c_str(), 'O'), 0, 0); sem >= 0)
-            semctl(sem, 0, IPC_RMID);
-    }
+    ~LinkedViewsTest() override { removeLinkObjects(path); }
     ScratchSettings scratch;
     const std::string path = scratch.write("program", "");
 };

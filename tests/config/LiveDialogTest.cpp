@@ -1,87 +1,63 @@
-#include <arpa/inet.h>
 #include <gtkmm/filechooserdialog.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
+#include <future>
 #include <optional>
 
 #include "config/ConnectLiveDialog.h"
+#include "config/LiveAddress.h"
 #include "desk/Desk.h"
 #include "input/LiveConnection.h"
 #include "input/LiveRig.h"
 
-namespace trelis {
-
-class LiveDialogProbe {
-  public:
-    explicit LiveDialogProbe(ConnectLiveDialog& dialog)
-        : title(dialog.title_),
-          address(dialog.address_),
-          key(dialog.key_),
-          connect(dialog.connectButton_),
-          spinner(dialog.spinner_),
-          vsdFile(dialog.vsdFile_),
-          dbcFile(dialog.dbcFile_),
-          dialog_(dialog) {}
-    void pressOpen() { dialog_.openButton_.clicked(); }
-    void pressSave() { dialog_.saveButton_.clicked(); }
-
-    Gtk::Entry& title;
-    Gtk::Entry& address;
-    Gtk::Entry& key;
-    Gtk::Button& connect;
-    Gtk::Spinner& spinner;
-    std::string& vsdFile;
-    std::string& dbcFile;
-
-  private:
-    ConnectLiveDialog& dialog_;
-};
-
-namespace test {
+namespace trelis::test {
 namespace {
 
-class LiveDialogTest : public ::testing::Test {
+class LiveDialogTest : public DeskTest {
   protected:
     LiveDialogTest() {
         wireLiveInputs(store);
         store.liveFilePath = scratch.file("last");
-        takeTexts();
     }
-    ~LiveDialogTest() override {
-        store.shutdown();
-        pumpPending();
-        takeTexts();
-    }
-    void serve(const std::string& key) {
+    ~LiveDialogTest() override { store.shutdown(); }
+    /// Shows the dialog with the address and the key of a logger that serves the small scenario.
+    void serve(const std::string& secret) {
+        present(dialog);
         sim::ServeOptions options;
         options.speed = 0;
-        options.key = key;
+        options.key = secret;
         logger.emplace(options, [this] { return sim::scenarioFeed(scenario); });
-        probe.address.set_text("127.0.0.1:" + std::to_string(logger->server().port()));
-        probe.key.set_text(key);
+        address.set_text("127.0.0.1:" + std::to_string(logger->server().port()));
+        key.set_text(secret);
     }
     void reloadModel() {
         ++reloads;
         store.clearAll();
         buildModel(store, scenario);
     }
+    bool shows(const std::string& label) {
+        return findNamed<Gtk::Label>(*dialog.get_child(), label) != nullptr;
+    }
+    bool waitForData() {
+        return pump([&] { return store.framesRead > 0 && !dialog.isConnecting(); });
+    }
 
-    ScratchSettings scratch;
-    Settings& settings = *scratch.settings;
     sim::Scenario scenario = smallScenario();
     std::optional<ServedLogger> logger;
-    Store store;
     Gtk::Window parent;
-    std::string title;
+    std::string windowTitle;
     int reloads = 0;
     ConnectLiveDialog dialog{
         parent,
         store,
         settings,
-        {[this] { reloadModel(); }, [this](const auto& text) { title = text; }}};
-    LiveDialogProbe probe{dialog};
+        {[this] { reloadModel(); }, [this](const auto& text) { windowTitle = text; }}};
+    Gtk::Entry& title = named<Gtk::Entry>(dialog, "Connection name: ");
+    Gtk::Entry& address = named<Gtk::Entry>(dialog, "Logger address: ");
+    Gtk::Entry& key = named<Gtk::Entry>(dialog, "Encryption key: ");
+    Gtk::Spinner& spinner = named<Gtk::Spinner>(dialog, "Connecting");
+    Gtk::Button& connect = named<Gtk::Button>(dialog, "Connect");
 };
 
 TEST(ReadPortTest, TakesEveryNotation) {
@@ -99,11 +75,11 @@ TEST(ReadPortTest, TakesEveryNotation) {
 TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
     present(dialog);
     EXPECT_EQ(dialog.get_title(), "Connect live to logger");
-    EXPECT_EQ(probe.title.get_text(), "Live connection");
+    EXPECT_EQ(title.get_text(), "Live connection");
     keepBothShots(dialog, "live");
-    probe.title.set_text("Test bench");
-    probe.address.set_text("logger1:");
-    probe.key.set_text("secret");
+    title.set_text("Test bench");
+    address.set_text("logger1:");
+    key.set_text("secret");
     settings.setVsdFile(scratch.write("project.vsd", ""));
     dialog.saveFile(scratch.file("bench"));
     EXPECT_EQ(scratch.read("bench.tvlive"),
@@ -116,15 +92,15 @@ TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
 
     scratch.write("other.tvlive", "TITLE=Other\nSERVER=10.0.0.1\nPORT=7770\nDBC=bus.dbc\n");
     dialog.openFile(scratch.file("other.tvlive"));
-    EXPECT_EQ(probe.address.get_text(), "10.0.0.1:7770");
-    EXPECT_EQ(probe.key.get_text(), "");
-    EXPECT_EQ(probe.dbcFile, scratch.file("bus.dbc"));
+    EXPECT_EQ(address.get_text(), "10.0.0.1:7770");
+    EXPECT_EQ(key.get_text(), "");
+    EXPECT_TRUE(shows("DBC file: " + scratch.file("bus.dbc")));
     dialog.openFile(scratch.file("bench.tvlive"));
-    EXPECT_EQ(probe.title.get_text(), "Test bench");
-    EXPECT_EQ(probe.address.get_text(), "logger1");
-    EXPECT_EQ(probe.key.get_text(), "secret");
-    EXPECT_EQ(probe.vsdFile, scratch.file("project.vsd"));
-    EXPECT_EQ(probe.dbcFile, "");
+    EXPECT_EQ(title.get_text(), "Test bench");
+    EXPECT_EQ(address.get_text(), "logger1");
+    EXPECT_EQ(key.get_text(), "secret");
+    EXPECT_TRUE(shows("VSD file: " + scratch.file("project.vsd")));
+    EXPECT_FALSE(shows("DBC file: "));
     keepBothShots(dialog, "live-filled");
 
     dialog.openFile(scratch.file("absent.tvlive"));
@@ -138,8 +114,8 @@ TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
     scratch.write("stored.tvlive", "SERVER=stored\n");
     settings.setLivePath(scratch.folder);
     present(dialog);
-    const auto choose = [](const std::string& path) {
-        return [path](Gtk::Dialog& asked) {
+    const auto choose = [&](const char* name) {
+        return [path = scratch.file(name)](Gtk::Dialog& asked) {
             auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
             if (chooser.get_filename() == path) return true;
             chooser.set_filename(path);
@@ -147,30 +123,47 @@ TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
         };
     };
     {
-        const DialogAnswer answer(Gtk::RESPONSE_OK, choose(scratch.file("stored.tvlive")));
-        probe.pressOpen();
+        const DialogAnswer answer(Gtk::RESPONSE_OK, choose("stored.tvlive"));
+        named<Gtk::Button>(dialog, "Open").clicked();
         EXPECT_TRUE(answer.wasAsked());
-        EXPECT_EQ(probe.address.get_text(), "stored");
+        EXPECT_EQ(address.get_text(), "stored");
     }
     {
         const DialogAnswer answer(Gtk::RESPONSE_CANCEL);
-        probe.pressSave();
+        named<Gtk::Button>(dialog, "Save").clicked();
         EXPECT_TRUE(answer.wasAsked());
     }
     EXPECT_FALSE(std::filesystem::exists(scratch.file("connection.tvlive")));
+
+    // The name that gets its extension is asked for, too.
+    address.set_text("changed");
+    for (const int response : {Gtk::RESPONSE_NO, Gtk::RESPONSE_YES}) {
+        const DialogAnswer name(Gtk::RESPONSE_OK, [&](Gtk::Dialog& asked) {
+            auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
+            chooser.set_current_name("stored");
+            return chooser.get_filename() == scratch.file("stored");
+        });
+        const DialogAnswer question(response, [](Gtk::Dialog& asked) {
+            return dynamic_cast<Gtk::MessageDialog*>(&asked) != nullptr;
+        });
+        named<Gtk::Button>(dialog, "Save").clicked();
+        EXPECT_TRUE(question.wasAsked());
+        EXPECT_EQ(scratch.read("stored.tvlive").find("changed") != std::string::npos,
+                  response == Gtk::RESPONSE_YES);
+    }
 }
 
-TEST_F(LiveDialogTest, FirstShowFillsFromTheLastConnection) {
+TEST_F(LiveDialogTest, TheFirstShowFillsFromTheLastConnection) {
     scratch.write("last", "TITLE=T\nSERVER=host\nPORT=0x10\nKEY=k=v\nDBC==/x.dbc\n");
     present(dialog);
-    EXPECT_EQ(probe.title.get_text(), "T");
-    EXPECT_EQ(probe.address.get_text(), "host:0x10");
-    EXPECT_EQ(probe.key.get_text(), "k=v");
-    EXPECT_EQ(probe.dbcFile, "=/x.dbc");
+    EXPECT_EQ(title.get_text(), "T");
+    EXPECT_EQ(address.get_text(), "host:0x10");
+    EXPECT_EQ(key.get_text(), "k=v");
+    EXPECT_TRUE(shows("DBC file: =/x.dbc"));
     dialog.hide();
-    probe.address.set_text("typed");
+    address.set_text("typed");
     present(dialog);
-    EXPECT_EQ(probe.address.get_text(), "typed") << "only the first time";
+    EXPECT_EQ(address.get_text(), "typed") << "only the first time";
 }
 
 TEST_F(LiveDialogTest, ARunningConnectionIsShown) {
@@ -179,153 +172,121 @@ TEST_F(LiveDialogTest, ARunningConnectionIsShown) {
     store.port = 778;
     store.decryptionKey = "key";
     present(dialog);
-    EXPECT_EQ(probe.address.get_text(), "running:778");
-    EXPECT_EQ(probe.key.get_text(), "key");
+    EXPECT_EQ(title.get_text(), "Live connection");
+    EXPECT_EQ(address.get_text(), "running:778");
+    EXPECT_EQ(key.get_text(), "key");
     store.networkInput = false;
 }
 
-TEST_F(LiveDialogTest, ConnectsPlainAndWithAKey) {
+TEST_F(LiveDialogTest, ConnectsPlainAndWithAKeyAndAgain) {
     store.startWorker();
-    for (const char* key : {"", "a key"}) {
-        SCOPED_TRACE(key);
-        serve(key);
-        present(dialog);
-        serve(key);  // the first show fills the entries
-        probe.title.set_text("Bench");
-        probe.connect.clicked();
+    for (const char* secret : {"", "a key"}) {
+        SCOPED_TRACE(secret);
+        serve(secret);
+        title.set_text("Bench");
+        connect.clicked();
         EXPECT_TRUE(dialog.isConnecting());
-        EXPECT_TRUE(probe.spinner.get_visible());
-        EXPECT_FALSE(probe.address.get_sensitive());
-        EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+        EXPECT_TRUE(spinner.get_visible());
+        EXPECT_FALSE(address.get_sensitive());
+        // Frames may be in before the loop hands over the news of the connection.
+        ASSERT_TRUE(waitForData());
         EXPECT_FALSE(dialog.get_visible());
-        EXPECT_TRUE(probe.address.get_sensitive());
-        EXPECT_TRUE(pump([&] { return store.framesRead > 0; }));
-        EXPECT_EQ(title, "Bench");
+        EXPECT_TRUE(address.get_sensitive());
+        EXPECT_EQ(windowTitle, "Bench");
         EXPECT_EQ(store.title, "Bench");
         EXPECT_TRUE(store.liveMode);
-        store.stopNetwork();
-        store.framesRead = 0;
+        EXPECT_EQ(store.decryptionKey, secret);
         EXPECT_NE(scratch.read("last").find("TITLE=Bench\nSERVER=127.0.0.1\n"), std::string::npos);
+        store.framesRead = 0;
     }
-    EXPECT_EQ(reloads, 2);
-}
-
-TEST_F(LiveDialogTest, ReconnectsToALoggerThatCameBack) {
-    store.startWorker();
-    serve("");
-    present(dialog);
-    serve("");
-    probe.connect.clicked();
-    // Frames may be in before the loop hands over the news of the connection.
-    ASSERT_TRUE(pump([&] { return store.framesRead > 0 && !dialog.isConnecting(); }));
+    // The logger goes and comes back.
     logger.reset();
     serve("");
+    dialog.hide();
     store.framesRead = 0;
     dialog.reconnect();
-    EXPECT_TRUE(pump([&] { return store.framesRead > 0; }));
-    EXPECT_EQ(reloads, 2);
+    EXPECT_TRUE(waitForData());
+    EXPECT_EQ(reloads, 3);
 }
 
 TEST_F(LiveDialogTest, AWrongKeyIsTold) {
     store.startWorker();
-    present(dialog);
     serve("right");
-    probe.key.set_text("wrong");
-    bool fatal = false;
-    store.fatalError.connect([&] { fatal = true; });
-    probe.connect.clicked();
-    EXPECT_TRUE(pump([&] { return fatal || !MessageLog::instance().isEmpty(); }));
+    key.set_text("wrong");
+    connect.clicked();
+    std::vector<std::string> texts;
+    const auto isTold = [&](const char* text) {
+        return pump([&] {
+            for (auto& message : takeTexts())
+                texts.push_back(std::move(message));
+            return std::find(texts.begin(), texts.end(), text) != texts.end();
+        });
+    };
+    EXPECT_TRUE(isTold("Message could not be authenticated, wrong key or data corrupted"));
+    EXPECT_TRUE(isTold("Check that logger is set up for encrypted data"));
     EXPECT_EQ(store.framesRead, 0U);
-    EXPECT_FALSE(takeTexts().empty());
 }
 
-/// A port whose queue is full: connecting to it neither succeeds nor fails.
-class SilentPort {
-  public:
-    SilentPort() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* raw = reinterpret_cast<sockaddr*>(&address);
-        socklen_t size = sizeof address;
-        listener_ = socket(AF_INET, SOCK_STREAM, 0);
-        EXPECT_EQ(bind(listener_, raw, size), 0);
-        EXPECT_EQ(listen(listener_, 0), 0);
-        getsockname(listener_, raw, &size);
-        port = ntohs(address.sin_port);
-        for (int& filler : fillers_) {
-            filler = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-            static_cast<void>(connect(filler, raw, size));
-        }
-    }
-    SilentPort(const SilentPort&) = delete;
-    SilentPort& operator=(const SilentPort&) = delete;
-    ~SilentPort() {
-        for (const int filler : fillers_)
-            close(filler);
-        close(listener_);
-    }
-    int port = 0;
-
-  private:
-    int listener_ = -1;
-    std::array<int, 4> fillers_{};
-};
-
 TEST_F(LiveDialogTest, AHostThatDoesNotAnswerLeavesTheWindowUsable) {
-    const SilentPort silent;
+    std::promise<void> stop;
+    store.hooks.liveConnection = [&stop](Store& owner) {
+        stop.get_future().wait();
+        owner.connected = false;
+        owner.connectionChanged.emit();
+    };
     store.startWorker();
     present(dialog);
-    probe.address.set_text("127.0.0.1:" + std::to_string(silent.port));
-    probe.connect.clicked();
+    address.set_text("silent");
+    connect.clicked();
     settle(dialog);
     EXPECT_TRUE(dialog.isConnecting());
     EXPECT_TRUE(dialog.get_visible());
     keepBothShots(dialog, "live-connecting");
-    store.stopNetwork();  // as a reload does
+    stop.set_value();
     EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
     EXPECT_TRUE(dialog.get_visible());
+    EXPECT_TRUE(address.has_focus());
 }
 
 TEST_F(LiveDialogTest, ARefusalKeepsTheDialogOpen) {
     store.startWorker();
-    present(dialog);
     serve("");
     logger.reset();  // nobody listens there any more
-    probe.connect.clicked();
+    connect.clicked();
     EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
     EXPECT_TRUE(dialog.get_visible());
-    EXPECT_TRUE(probe.connect.get_sensitive());
-    EXPECT_FALSE(probe.spinner.get_visible());
+    EXPECT_TRUE(connect.get_sensitive());
+    EXPECT_FALSE(spinner.get_visible());
     const auto texts = takeTexts();
     ASSERT_FALSE(texts.empty());
     EXPECT_EQ(texts.front().find("Network connection failed: "), 0U);
 
     store.stopNetwork();
     store.dumpToFile = true;
-    probe.connect.clicked();
+    connect.clicked();
     EXPECT_FALSE(dialog.get_visible());
     EXPECT_FALSE(store.networkInput);
     store.dumpToFile = false;
 }
 
 TEST_F(LiveDialogTest, DefinitionsOfTheConnectionAreUsedIfTheyExist) {
-    settings.setVsdFile(scratch.write("mine.vsd", ""));
-    present(dialog);
-    serve("");
-    probe.dbcFile = scratch.file("absent.dbc");
-    store.hooks.liveConnection = [](Store&) {};
+    const std::string mine = scratch.write("mine.vsd", "");
+    settings.setVsdFile(mine);
+    const std::string stored = scratch.write("stored.tvlive", "SERVER=host\nDBC=bus.dbc\n");
+    store.hooks.liveConnection = [](Store& owner) { owner.connectionChanged.emit(); };
     store.startWorker();
-    dialog.connectToLogger();
-    EXPECT_EQ(settings.getVsdFile(), scratch.file("mine.vsd"));
-    store.connectionChanged.emit();
-    ASSERT_TRUE(pump([&] { return !dialog.isConnecting(); }));
-    probe.dbcFile = scratch.write("bus.dbc", "");
-    dialog.connectToLogger();
+    const auto connectStored = [&] {
+        dialog.openFile(stored);
+        dialog.connectToLogger();
+        EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
+    };
+    connectStored();
+    EXPECT_EQ(settings.getVsdFile(), mine) << "the stored one is not there";
+    scratch.write("bus.dbc", "");
+    connectStored();
     EXPECT_EQ(settings.getDbFile(), scratch.file("bus.dbc"));
     EXPECT_EQ(settings.getVsdFile(), kNoFile);
 }
 
 }  // namespace
-}  // namespace test
-}  // namespace trelis
+}  // namespace trelis::test

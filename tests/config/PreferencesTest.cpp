@@ -1,34 +1,37 @@
+#include <gtkmm/checkbutton.h>
 #include <gtkmm/colorbutton.h>
 #include <gtkmm/entry.h>
 #include <gtkmm/notebook.h>
 
-#include "app/store/Store.h"
 #include "config/SettingsWindow.h"
 #include "desk/Desk.h"
+#include "model/Message.h"
+#include "model/Signal.h"
 
 namespace trelis::test {
 namespace {
 
-class PreferencesTest : public ::testing::Test {
+class PreferencesTest : public DeskTest {
   protected:
-    ~PreferencesTest() override { takeTexts(); }
-    void type(const char* label, const std::string& text) {
-        dynamic_cast<Gtk::Entry&>(window.findRow(label)->widget()).set_text(text);
-    }
-    std::string shown(const char* label) {
-        return dynamic_cast<Gtk::Entry&>(window.findRow(label)->widget()).get_text();
-    }
+    Gtk::Widget& row(const char* label) { return window.findRow(label)->widget(); }
+    Gtk::Entry& entry(const char* label) { return dynamic_cast<Gtk::Entry&>(row(label)); }
+    void type(const char* label, const std::string& text) { entry(label).set_text(text); }
+    std::string shown(const char* label) { return entry(label).get_text(); }
     Gtk::ColorButton& colour(const char* label) {
-        return dynamic_cast<Gtk::ColorButton&>(window.findRow(label)->widget());
+        return dynamic_cast<Gtk::ColorButton&>(row(label));
     }
 
-    ScratchSettings scratch;
-    Settings& settings = *scratch.settings;
-    Store store;
     SettingsWindow window{store, settings};
 };
 
-TEST_F(PreferencesTest, ShowsAndStoresEveryKind) {
+TEST_F(PreferencesTest, ShowsStoresAndAppliesEveryKind) {
+    store.hooks.colorLookup = [this](const auto&... names) {
+        return settings.getSignalColor(names...);
+    };
+    const auto message = std::make_shared<Message>(1, "Motor", store.addInterface("Bus", 0));
+    message->parent()->addMessage(message);
+    const auto signal = std::make_shared<Signal>(message, "Speed");
+    message->addSignal("Speed", signal);
     present(window);
     EXPECT_EQ(window.get_title(), "Preferences");
     EXPECT_EQ(shown("Bitrate interval"), "100");
@@ -44,49 +47,67 @@ TEST_F(PreferencesTest, ShowsAndStoresEveryKind) {
     type("Line width", "3,5");
     type("Font size", "Sans 12");
     colour("Grid Color").set_rgba(Gdk::RGBA("#123456789abc"));
+    colour("Default Signal Color").set_rgba(Gdk::RGBA("#00ff00ff00ff"));
+    auto& tolerant = dynamic_cast<Gtk::CheckButton&>(row("Tolerant definitions"));
+    EXPECT_FALSE(tolerant.get_active());
+    tolerant.set_active(true);
     EXPECT_TRUE(window.findRow("Grid Color")->isDirty());
     window.saveChanges();
     pumpPending();
     EXPECT_EQ(told, 1);
     EXPECT_EQ(redrawn, 1);
     EXPECT_EQ(store.lineWidth, 3.5);
+    EXPECT_TRUE(store.tolerantDefinitions);
+    EXPECT_EQ(signal->color, "#00ff00ff00ff") << "which has none of its own";
 
     Settings again(SettingsPaths{scratch.file("settings"), scratch.file("lists")});
     EXPECT_EQ(again.getBitrateInterval(), 250);
-    EXPECT_EQ(again.getLineWidth(), 3.5);
     EXPECT_EQ(again.getListFont(), "Sans 12");
     EXPECT_EQ(again.getGridColor(), "#123456789abc");
+    EXPECT_TRUE(again.getTolerantDefinitions());
+    store.lineWidth = 2.0;
+    const SettingsWindow next(store, again);
+    EXPECT_EQ(store.lineWidth, 3.5) << "plots have it from the start";
     const std::string file = scratch.read("settings");
     EXPECT_EQ(file.find("font_size"), std::string::npos) << "what was not changed is not written";
 }
 
 TEST_F(PreferencesTest, RefusedTextsGoBackToTheOldValue) {
+    settings.setBitrateInterval(70);
+    settings.setRulerTransparancy(0.75);
+    settings.setFontSize(8);
     present(window);
-    for (const char* text : {"99999999999", "12x", "", "1.5"}) {
-        type("Bitrate interval", text);
+    for (const auto& [label, text] :
+         std::vector<std::pair<const char*, const char*>>{{"Bitrate interval", "99999999999"},
+                                                          {"Bitrate interval", "12x"},
+                                                          {"Bitrate interval", ""},
+                                                          {"Bitrate interval", "1.5"},
+                                                          {"Bitrate interval", "+-5"},
+                                                          {"Bitrate interval", "0"},
+                                                          {"Ruler font size", "201"},
+                                                          {"Ruler transparency", "half"},
+                                                          {"Ruler transparency", "nan"},
+                                                          {"Ruler transparency", "75"}}) {
+        const std::string before = shown(label);
+        type(label, text);
         window.saveChanges();
-        EXPECT_EQ(settings.getBitrateInterval(), 100) << text;
-        EXPECT_EQ(shown("Bitrate interval"), "100") << text;
+        EXPECT_EQ(shown(label), before) << label << " " << text;
     }
-    type("Ruler transparency", "half");
-    window.saveChanges();
-    EXPECT_EQ(settings.getRulerTransparancy(), 0.5);
+    EXPECT_EQ(settings.getBitrateInterval(), 70);
+    EXPECT_EQ(settings.getFontSize(), 8);
+    EXPECT_EQ(settings.getRulerTransparancy(), 0.75);
     EXPECT_TRUE(takeTexts().empty()) << "without a word";
 
     type("Text editor", "/no/such/editor");
     window.saveChanges();
     EXPECT_EQ(takeTexts(), std::vector<std::string>{"/no/such/editor is not an executable"});
     EXPECT_EQ(shown("Text editor"), settings.getDefaultEditor());
-}
 
-TEST_F(PreferencesTest, ClosingForgetsTheEdits) {
-    present(window);
     type("Font size", "99");
     window.close();
     ASSERT_TRUE(pump([&] { return !window.get_visible(); }));
     present(window);
-    EXPECT_EQ(shown("Font size"), "10.0");
-    EXPECT_EQ(settings.getListFont(), "10.0");
+    EXPECT_EQ(shown("Font size"), "10.0") << "closing forgets the edits";
 }
 
 TEST_F(PreferencesTest, Pictures) {

@@ -1,4 +1,5 @@
-// What the tests of windows and dialogs share: scratch settings, both themes, dialogs that answer.
+// What the tests of windows and dialogs share: a Store with scratch settings, both themes, dialogs
+// that answer.
 #pragma once
 
 #include <gtkmm/dialog.h>
@@ -11,10 +12,12 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "app/diagnostics/MessageLog.h"
+#include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/GuiTest.h"
 
@@ -83,6 +86,44 @@ inline std::vector<std::string> takeTexts() {
         texts.push_back(MessageLog::instance().pop().text);
     return texts;
 }
+
+/// The widget of this class and accessible name in a window, a visible one if there is; null
+/// without.
+template <typename W>
+W* findNamed(Gtk::Widget& top, const std::string& name, bool onlyVisible = true) {
+    if (onlyVisible && !top.get_visible()) return nullptr;
+    auto* wanted = dynamic_cast<W*>(&top);
+    if (wanted != nullptr && top.get_accessible()->get_name() == name) return wanted;
+    if (auto* container = dynamic_cast<Gtk::Container*>(&top))
+        for (Gtk::Widget* child : container->get_children())
+            if (auto* found = findNamed<W>(*child, name, onlyVisible)) return found;
+    return nullptr;
+}
+
+/// The same of one that must be there, visible or not.
+template <typename W>
+W& named(Gtk::Window& window, const std::string& name) {
+    Gtk::Widget& top = *window.get_child();
+    W* found = findNamed<W>(top, name);
+    if (found == nullptr) found = findNamed<W>(top, name, false);
+    if (found == nullptr) throw std::out_of_range(name);
+    return *found;
+}
+
+/// What the windows work on, thrown away behind each test.
+class DeskTest : public ::testing::Test {
+  protected:
+    DeskTest() { takeTexts(); }
+    ~DeskTest() override {
+        store.shutdown();
+        pumpPending();
+        takeTexts();
+    }
+
+    ScratchSettings scratch;
+    Settings& settings = *scratch.settings;
+    Store store;
+};
 
 /// While it lives, answers the first dialog that runs, once `prepare` says that it may.
 class DialogAnswer {

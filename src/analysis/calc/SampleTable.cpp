@@ -40,10 +40,6 @@ double IntervalScale::snap(double ms) const {
     return std::floor(std::min(ms, highest) / step) * step;
 }
 
-double IntervalScale::clamp(double ms) const {
-    return std::clamp(ms, lower, highest);
-}
-
 std::vector<std::shared_ptr<Signal>> signalsForTable(const Store& store) {
     std::vector<std::shared_ptr<Signal>> selected;
     for (const auto& [number, interface] : store.interfaces)

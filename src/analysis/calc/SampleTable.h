@@ -27,8 +27,6 @@ struct IntervalScale {
     [[nodiscard]] double upper() const { return highest + step; }
     /// Cuts a value to the scale's highest and rounds it down to a step.
     [[nodiscard]] double snap(double ms) const;
-    /// The value as the scale can show it.
-    [[nodiscard]] double clamp(double ms) const;
 };
 
 inline constexpr std::array<IntervalScale, 3> kIntervalScales = {{

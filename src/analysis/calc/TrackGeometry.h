@@ -50,6 +50,8 @@ struct PlaneBounds {
 struct Pixel {
     double x = 0;
     double y = 0;
+
+    bool operator==(const Pixel&) const = default;
 };
 
 /// How the plane lies on the canvas. Both axes have one scale, so the track keeps its shape; the

@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "analysis/calc/HistogramCounts.h"
@@ -20,6 +21,7 @@ namespace trelis {
 namespace {
 
 using Samples = std::vector<Sample>;
+using Bins = std::vector<std::uint64_t>;
 constexpr TimeRange kAll{0, std::numeric_limits<std::uint64_t>::max()};
 
 // ---- numbers
@@ -38,7 +40,7 @@ TEST(HistogramCountsTest, TimeGoesToTheBandOfItsEnd) {
     // 0 to 10 in two bands: 5 is the upper edge of the first and belongs to it.
     const Samples samples = {{1000, 0}, {1100, 5}, {1300, 10}, {1600, 5.1}};
     const auto counts = countHistogram(samples, kAll, {}, 2);
-    EXPECT_EQ(counts.bins, (std::vector<std::uint64_t>{100, 500}));
+    EXPECT_EQ(counts.bins, (Bins{100, 500}));
     EXPECT_EQ(counts.totalTime, 600U);
     EXPECT_EQ(counts.largestBin, 500U);
     EXPECT_EQ(counts.binStep, 5.0);
@@ -51,37 +53,24 @@ TEST(HistogramCountsTest, TimeGoesToTheBandOfItsEnd) {
         std::string::npos);
 }
 
-TEST(HistogramCountsTest, FilteredSamplesDoNotMoveThePreviousTime) {
-    const Samples samples = {{0, 1}, {100, 99}, {250, 2}, {300, std::nan("")}, {400, 1}};
-    const auto counts = countHistogram(samples, kAll, {0, 10}, 2);
-    EXPECT_EQ(counts.minValue, 1.0);
-    EXPECT_EQ(counts.maxValue, 2.0);
-    EXPECT_EQ(counts.bins, (std::vector<std::uint64_t>{150, 250}));
-}
-
-TEST(HistogramCountsTest, FirstSampleInTheRangeCountsFromTheSignalsFirst) {
-    const Samples samples = {{0, 7}, {1000, 1}, {1500, 2}, {9000, 1}};
-    const auto counts = countHistogram(samples, {1000, 1500}, {}, 2);
-    EXPECT_EQ(counts.bins, (std::vector<std::uint64_t>{1000, 500}));
-}
-
-TEST(HistogramCountsTest, EdgesOfWhatThereIs) {
+TEST(HistogramCountsTest, WhatCountsAndFromWhen) {
+    EXPECT_EQ(
+        countHistogram(Samples{{0, 1}, {100, 99}, {250, 2}, {300, NAN}, {400, 1}}, kAll, {0, 10}, 2)
+            .bins,
+        (Bins{150, 250}))
+        << "what the filter drops does not move the previous time";
+    EXPECT_EQ(
+        countHistogram(Samples{{0, 7}, {1000, 1}, {1500, 2}, {9000, 1}}, {1000, 1500}, {}, 2).bins,
+        (Bins{1000, 500}))
+        << "the first one counts from the signal's first";
     const Samples equal = {{0, 3}, {100, 3}, {300, 3}};
-    const auto same = countHistogram(equal, kAll, {}, 4);
-    EXPECT_EQ(same.binStep, 0.0);
-    EXPECT_EQ(same.bins, (std::vector<std::uint64_t>{300, 0, 0, 0}));
-
-    const auto none = countHistogram({}, kAll, {}, 4);
-    EXPECT_EQ(none.largestBin, 0U);
-    EXPECT_EQ(histogramTable(none, "V", false), "");
-
-    const auto outside = countHistogram(equal, {5000, 6000}, {}, 4);
-    EXPECT_FALSE(outside.hasRange());
-    EXPECT_EQ(histogramTable(outside, "V", false), "From (V)\tTo (V)\tFrom/To (V)\t%\n");
-
+    EXPECT_EQ(countHistogram(equal, kAll, {}, 4).bins, (Bins{300, 0, 0, 0}));
+    EXPECT_EQ(histogramTable(countHistogram(equal, {5000, 6000}, {}, 4), "V", false),
+              "From (V)\tTo (V)\tFrom/To (V)\t%\n");
+    EXPECT_EQ(histogramTable(countHistogram({}, kAll, {}, 4), "V", false), "");
     // The range of all numbers is no number.
-    const Samples vast = {{0, std::numeric_limits<double>::lowest()},
-                          {10, std::numeric_limits<double>::max()}};
+    using Number = std::numeric_limits<double>;
+    const Samples vast = {{0, Number::lowest()}, {10, Number::max()}};
     EXPECT_EQ(countHistogram(vast, kAll, {}, 4).bins.size(), 4U);
 }
 
@@ -141,7 +130,7 @@ TEST(SignalStatisticsTest, WeighsTheMeanByTimeAndTheDeviationNot) {
     EXPECT_EQ(figures.delta(), 4.0);
 }
 
-TEST(SignalStatisticsTest, GapsAndLonelySamples) {
+TEST(SignalStatisticsTest, GapsAndRulersAtTheEdges) {
     EXPECT_FALSE(computeStatistics(Samples{{0, 5}, {10000, 6}}, kAll, {}, {}).average);
     EXPECT_EQ(computeStatistics(Samples{{0, 5}, {9999, 6}}, kAll, {}, {}).average, 5.0);
 
@@ -152,14 +141,12 @@ TEST(SignalStatisticsTest, GapsAndLonelySamples) {
 
     const auto none = computeStatistics(Samples{{50, 5}}, {60, 70}, {}, {10, 10});
     EXPECT_FALSE(none.min || none.leftValue);
-}
 
-TEST(SignalStatisticsTest, RulersBeforeTheFirstSample) {
     const Samples samples = {{100, 1}, {200, 2}, {300, 70}};
-    const auto figures = computeStatistics(samples, kAll, {0, 10}, {50, 50});
-    EXPECT_EQ(figures.leftValue, 1.0) << "the left ruler takes the first value behind it";
-    EXPECT_FALSE(figures.rightValue);
-    EXPECT_EQ(figures.max, 2.0) << "70 lies outside the limits";
+    const auto early = computeStatistics(samples, kAll, {0, 10}, {50, 50});
+    EXPECT_EQ(early.leftValue, 1.0) << "the left ruler takes the first value behind it";
+    EXPECT_FALSE(early.rightValue);
+    EXPECT_EQ(early.max, 2.0) << "70 lies outside the limits";
 }
 
 TEST(SignalStatisticsTest, TextsAndTable) {
@@ -171,29 +158,29 @@ TEST(SignalStatisticsTest, TextsAndTable) {
     const Rulers rulers{1001000, -1};
     const auto figures = computeStatistics(samples, view, {}, rulers);
     const auto text = statisticsText(store, figures, view, rulers, "V", IntegralUnit::kHours, true);
-    const auto& rows = text.rows;
-    EXPECT_EQ(rows[0].name, "Left ruler time");
-    EXPECT_NE(rows[0].value.find("1970-01-01 00:16:41"), std::string::npos);
-    EXPECT_EQ(rows[0].unit, "( 1.000s)");
-    EXPECT_EQ(rows[1].value, "-");
-    EXPECT_EQ(rows[2].value, "61");
-    EXPECT_EQ(rows[2].unit, "s");
-    EXPECT_EQ(rows[3].value, "36,000000");
-    EXPECT_EQ(rows[4].value, "-");
-    EXPECT_EQ(rows[9].value, "0,000000");
-    EXPECT_EQ(rows[10].name, "Integral [h]");
-    EXPECT_EQ(rows[10].value, "0,036000");
-    EXPECT_EQ(rows[10].unit, "V·h");
-    const auto inMinutes =
-        statisticsText(store, figures, view, rulers, "V", IntegralUnit::kMinutes, false);
-    EXPECT_EQ(inMinutes.rows[10].value, "2.160000");
-    EXPECT_EQ(inMinutes.rows[10].name, "Integral [min]");
-
-    const std::string table = statisticsTable(text, "Voltage");
-    EXPECT_EQ(table.find("Name\tValue\tUnit\nWindow\t"), 0U);
-    EXPECT_NE(table.find("\nSignal\tVoltage\nLeft ruler time\t"), std::string::npos);
-    EXPECT_NE(table.find("\nTime span\t61\ts\n"), std::string::npos);
-    EXPECT_EQ(table.substr(table.size() - 27), "Integral [h]\t0,036000\tV·h\n");
+    EXPECT_EQ(statisticsTable(text, "Voltage"),
+              "Name\tValue\tUnit\n"
+              "Window\t  1970-01-01 00:16:40.000 -   1970-01-01 00:17:41.999\n"
+              "Signal\tVoltage\n"
+              "Left ruler time\t  1970-01-01 00:16:41.000\t( 1.000s)\n"
+              "Right ruler time\t-\t-\n"
+              "Time span\t61\ts\n"
+              "Left ruler value\t36,000000\tV\n"
+              "Right ruler value\t-\tV\n"
+              "Value delta\t-\tV\n"
+              "Min value\t36,000000\tV\n"
+              "Max value\t36,000000\tV\n"
+              "Average\t36,000000\tV\n"
+              "Standard deviation\t0,000000\tV\n"
+              "Integral [h]\t0,036000\tV·h\n");
+    for (const auto& [unit, name, value] :
+         std::vector<std::tuple<IntegralUnit, const char*, const char*>>{
+             {IntegralUnit::kMinutes, "Integral [min]", "2.160000"},
+             {IntegralUnit::kSeconds, "Integral [s]", "129.600000"}}) {
+        const auto row = statisticsText(store, figures, view, rulers, "V", unit, false).rows[10];
+        EXPECT_EQ(row.name, name);
+        EXPECT_EQ(row.value, value);
+    }
 }
 
 // ---- sample table
@@ -230,6 +217,8 @@ TEST_F(SampleTableTest, HoldsValuesAtEachStep) {
               "Time(ms)\tSpeed (rpm)\tSilent ()\n0\t0\t0\n10\t1,25\t0\n20\t3\t0");
     EXPECT_EQ(sampleTableText(signals, 1000, 1000, 10, false), "Time(ms)\tSpeed (rpm)\tSilent ()");
     EXPECT_EQ(sampleTableText(signals, 1000, 1001, 60000, false)->substr(30), "\n0\t0\t0");
+    EXPECT_FALSE(sampleTableText(signals, 0, kMostTableCells, 1, false)) << "for no spreadsheet";
+    EXPECT_FALSE(sampleTableText(signals, 0, kAll.to, 1, false));
 }
 
 // Over many blocks of rows and far into long arrays, against a lookup a row.
@@ -245,28 +234,6 @@ TEST_F(SampleTableTest, AgreesWithALookupARow) {
     EXPECT_EQ(sampleTableText(signalsForTable(store_), 12345, 32345, 2, false), expected);
 }
 
-TEST_F(SampleTableTest, RefusesWhatNoSpreadsheetTakes) {
-    add("A", "")->setSelected(true);
-    EXPECT_FALSE(sampleTableText(signalsForTable(store_), 0, kMostTableCells, 1, false));
-    EXPECT_FALSE(sampleTableText(signalsForTable(store_), 0, kAll.to, 1, false));
-}
-
-TEST(IntervalScaleTest, SnapsAndClamps) {
-    struct Case {
-        std::size_t scale;
-        double value;
-        double snapped;
-    };
-    for (const auto& [scale, value, snapped] : std::vector<Case>{{0, 3.7, 3},
-                                                                 {0, 400, 10},
-                                                                 {1, 99, 90},
-                                                                 {1, 5000, 1000},
-                                                                 {2, 1999, 1000},
-                                                                 {2, 61000, 60000}})
-        EXPECT_EQ(kIntervalScales.at(scale).snap(value), snapped) << scale << " " << value;
-    EXPECT_EQ(kIntervalScales[1].upper(), 1010);
-}
-
 // ---- track
 
 TEST(TrackGeometryTest, PartsEndWithTheSelection) {
@@ -275,14 +242,13 @@ TEST(TrackGeometryTest, PartsEndWithTheSelection) {
         track.push_back({i * 1000, 0, 0});
     const TrackPoints points(track);
     const auto parts = splitTrack(points, {10000, 190000}, {20000, 30000}, 50000, 40000, 200000);
-    EXPECT_EQ(parts.whole.front().time, 10000U);
-    EXPECT_EQ(parts.whole.back().time, 190000U);
-    EXPECT_EQ(parts.visible.size(), 11U);
-    EXPECT_EQ(parts.betweenRulers.front().time, 40000U);
-    EXPECT_EQ(parts.betweenRulers.back().time, 50000U);
-    EXPECT_EQ(parts.lastMinute.front().time, 140000U);
-    EXPECT_EQ(parts.lastMinute.back().time, 190000U);
-
+    const auto ends = [](TrackPoints part) {
+        return TimeRange{part.front().time, part.back().time};
+    };
+    EXPECT_EQ(ends(parts.whole), (TimeRange{10000, 190000}));
+    EXPECT_EQ(ends(parts.visible), (TimeRange{20000, 30000}));
+    EXPECT_EQ(ends(parts.betweenRulers), (TimeRange{40000, 50000}));
+    EXPECT_EQ(ends(parts.lastMinute), (TimeRange{140000, 190000}));
     EXPECT_TRUE(splitTrack(points, kAll, kAll, -1, -1, 0).betweenRulers.empty());
     EXPECT_EQ(splitTrack(points, kAll, kAll, -1, 3000, 0).betweenRulers.size(), 4U);
 
@@ -292,46 +258,41 @@ TEST(TrackGeometryTest, PartsEndWithTheSelection) {
 }
 
 TEST(TrackGeometryTest, OneScaleForBothAxes) {
-    const std::vector<TrackPoint> track = {{0, -1, 2}, {1, 3, 4}};
-    const auto plane = PlaneView::fit(PlaneBounds::of(track), 400, 400);
-    EXPECT_EQ(plane.scale, 100);  // 4 wide, 2 high: the width rules
-    EXPECT_EQ(plane.offsetX, 0);
-    EXPECT_EQ(plane.offsetY, 100);
-    EXPECT_EQ(plane.toPixel(track[1], {10, 20}).x, 390);
-    EXPECT_EQ(plane.toPixel(track[1], {10, 20}).y, 280);
-
-    const std::vector<TrackPoint> spot = {{0, 5, 5}};
-    const auto middle = PlaneView::fit(PlaneBounds::of(spot), 400, 300).toPixel(spot[0], {});
-    EXPECT_EQ(middle.x, 200);
-    EXPECT_EQ(middle.y, 150);
-    const std::vector<TrackPoint> line = {{0, 5, 5}, {1, 5, 7}};
-    EXPECT_EQ(PlaneView::fit(PlaneBounds::of(line), 400, 300).toPixel(line[1], {}).y, 300);
+    const auto lastPixel = [](const std::vector<TrackPoint>& track, double height, Pixel shift) {
+        return PlaneView::fit(PlaneBounds::of(track), 400, height).toPixel(track.back(), shift);
+    };
+    // 4 wide, 2 high: the width rules with 100 pixels a unit, and the height is centred.
+    EXPECT_EQ(lastPixel({{0, -1, 2}, {1, 3, 4}}, 400, {10, 20}), (Pixel{390, 280}));
+    EXPECT_EQ(lastPixel({{0, 5, 5}}, 300, {}), (Pixel{200, 150})) << "a spot";
+    EXPECT_EQ(lastPixel({{0, 5, 5}, {1, 5, 7}}, 300, {}), (Pixel{200, 300})) << "a straight line";
     EXPECT_EQ(PlaneView::fit(PlaneBounds::of({}), 400, 300).scale, 0);
 }
 
 TEST(TrackZoomTest, KeepsTheSpotUnderThePointer) {
     TrackZoom zoom;
+    const auto expect = [&zoom](double factor, double x, double y) {
+        EXPECT_DOUBLE_EQ(zoom.factor(), factor);
+        EXPECT_NEAR(zoom.shift().x, x, 1e-9);
+        EXPECT_NEAR(zoom.shift().y, y, 1e-9);
+    };
     EXPECT_FALSE(zoom.zoomOut()) << "the whole track does not shrink";
     zoom.movePointer(100, 50);
     zoom.zoomIn();
-    EXPECT_DOUBLE_EQ(zoom.factor(), 1.2);
-    EXPECT_NEAR(zoom.shift().x, 20, 1e-9);
-    EXPECT_NEAR(zoom.shift().y, 10, 1e-9);
+    expect(1.2, 20, 10);
     zoom.zoomIn();
-    EXPECT_NEAR(zoom.shift().x, 44, 1e-9);
+    expect(1.44, 44, 22);
     EXPECT_TRUE(zoom.zoomOut());
-    EXPECT_NEAR(zoom.shift().x, 20, 1e-9);
+    expect(1.2, 20, 10);
     EXPECT_TRUE(zoom.zoomOut());
-    EXPECT_EQ(zoom.factor(), 1.0);
-    EXPECT_EQ(zoom.shift().x, 0);
+    expect(1, 0, 0);
 
     for (int i = 0; i < 1000; ++i)
         zoom.zoomIn();
     EXPECT_LT(zoom.factor(), 1e4);
-    const double shift = zoom.shift().x;
+    const Pixel shift = zoom.shift();
     zoom.resetFactor();
     EXPECT_EQ(zoom.factor(), 1.0);
-    EXPECT_EQ(zoom.shift().x, shift) << "it stays until the next zoom";
+    EXPECT_EQ(zoom.shift(), shift) << "it stays until the next zoom";
 }
 
 }  // namespace

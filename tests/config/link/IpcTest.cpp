@@ -2,8 +2,6 @@
 
 #include <glibmm/main.h>
 #include <gtest/gtest.h>
-#include <sys/sem.h>
-#include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,42 +11,47 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <random>
 #include <span>
 #include <vector>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/MessageLog.h"
+#include "config/link/LinkObjects.h"
 
 namespace trelis {
 namespace {
 
+using test::linkKey;
+using test::removeLinkObjects;
+
 /// A file of its own for each test, and with it keys of its own; removes what was made with them.
 class IpcTest : public ::testing::Test {
   protected:
-    void SetUp() override {
+    IpcTest() {
         char name[] = "/tmp/sigmira_link_XXXXXX";
-        const int descriptor = mkstemp(name);
-        ASSERT_GE(descriptor, 0);
-        close(descriptor);
+        close(mkstemp(name));
         path_ = name;
-        removeObjects();
+        removeLinkObjects(path_);
     }
-    void TearDown() override {
-        removeObjects();
+    ~IpcTest() override {
+        removeLinkObjects(path_);
         unlink(path_.c_str());
         while (!MessageLog::instance().isEmpty())
             MessageLog::instance().pop();
     }
 
-    [[nodiscard]] key_t key(int project) const { return ftok(path_.c_str(), project); }
-    void removeObjects() const {
-        if (const int shm = shmget(key('N'), 0, 0); shm >= 0) shmctl(shm, IPC_RMID, nullptr);
-        if (const int sem = semget(key('O'), 0, 0); sem >= 0) semctl(sem, 0, IPC_RMID);
-    }
-
     std::string path_;
 };
+
+/// A copy with a log whose clock is `offset` ms off.
+std::unique_ptr<IPC> linkedCopy(const std::string& path, std::int64_t offset = 0) {
+    auto copy = std::make_unique<IPC>(path);
+    copy->enable();
+    copy->addOffset(0, offset);
+    return copy;
+}
 
 /// Runs the main loop, which hands over the news, until the condition holds.
 bool pump(const std::function<bool()>& done) {
@@ -106,18 +109,14 @@ TEST(TimeOffsetsTest, HoldFromTheirTimeOn) {
     EXPECT_EQ(offsets.ownTime(3000, 2920), 3000);
 }
 
-TEST_F(IpcTest, OtherCopiesFollowInTheirOwnTime) {
+TEST_F(IpcTest, OtherProcessesFollowInTheirOwnTime) {
     OtherCopy other([this] {
-        IPC ipc(path_);
-        ipc.addOffset(0, 1000);
-        ipc.enable();
-        ipc.viewChanged(5000, 9000);
-        ipc.setCursors(6000, -1);
+        const auto ipc = linkedCopy(path_, 1000);
+        ipc->viewChanged(5000, 9000);
+        ipc->setCursors(6000, -1);
         // It has told everything when a third party of the same file has heard it.
-        IPC witness(path_);
-        witness.enable();
-        witness.addOffset(0, 1000);
-        return pump([&] { return witness.view() && witness.firstCursor() == 6000; });
+        const auto witness = linkedCopy(path_, 1000);
+        return pump([&] { return witness->view() && witness->firstCursor() == 6000; });
     });
     ASSERT_TRUE(other.isReady());
 
@@ -143,11 +142,8 @@ TEST_F(IpcTest, OtherCopiesFollowInTheirOwnTime) {
 
 TEST_F(IpcTest, FiveCopiesShareViewAndCursors) {
     std::vector<std::unique_ptr<IPC>> copies;
-    for (int i = 0; i < 5; ++i) {
-        copies.push_back(std::make_unique<IPC>(path_));
-        copies.back()->enable();
-        copies.back()->addOffset(0, i * 1000);
-    }
+    for (int i = 0; i < 5; ++i)
+        copies.push_back(linkedCopy(path_, i * 1000));
     copies[2]->viewChanged(12000, 15000);
     copies[3]->setCursors(14000, 13500);
     for (std::size_t i = 0; i < copies.size(); ++i) {
@@ -170,17 +166,13 @@ TEST_F(IpcTest, WithoutOffsetsOrLinkNothingIsTold) {
     IPC unlinked(path_);
     unlinked.addOffset(0, 0);
     unlinked.viewChanged(3000, 4000);
-    IPC listener(path_);
-    listener.addOffset(0, 0);
-    listener.enable();
+    const auto listener = linkedCopy(path_);
     // What the listener tells itself makes the round, so whatever was written before would be seen.
-    listener.setCursors(7, 8);
-    IPC second(path_);
-    second.enable();
-    second.addOffset(0, 0);
-    ASSERT_TRUE(pump([&] { return second.secondCursor() == 8; }));
-    EXPECT_FALSE(listener.view());
-    EXPECT_FALSE(second.view());
+    listener->setCursors(7, 8);
+    const auto second = linkedCopy(path_);
+    ASSERT_TRUE(pump([&] { return second->secondCursor() == 8; }));
+    EXPECT_FALSE(listener->view());
+    EXPECT_FALSE(second->view());
     EXPECT_EQ(silent.firstCursor(), 1500) << "without offsets a cursor stands as it is";
 
     // The first offset lets the silent copy hear.
@@ -189,10 +181,8 @@ TEST_F(IpcTest, WithoutOffsetsOrLinkNothingIsTold) {
 }
 
 TEST_F(IpcTest, ACopyKilledWithTheLockLeavesTheOthersUsable) {
-    IPC ipc(path_);
-    ipc.addOffset(0, 0);
-    ipc.enable();
-    ipc.viewChanged(100, 200);
+    const auto ipc = linkedCopy(path_);
+    ipc->viewChanged(100, 200);
     {
         OtherCopy other([this] { return LinkSegment(path_).lock(); });
         ASSERT_TRUE(other.isReady());
@@ -203,81 +193,55 @@ TEST_F(IpcTest, ACopyKilledWithTheLockLeavesTheOthersUsable) {
     EXPECT_EQ(segment.exchange(record, {false, true}), LinkSegment::Outcome::kNotLocked);
     EXPECT_EQ(record.firstCursor, 5);
 
-    ipc.setCursors(120, 150);
-    EXPECT_EQ(ipc.firstCursor(), 120);
-    EXPECT_EQ(ipc.view()->end, 200U);
+    ipc->setCursors(120, 150);
+    EXPECT_EQ(ipc->firstCursor(), 120);
+    EXPECT_EQ(ipc->view()->end, 200U);
 
     // Someone frees the lock: what was pending goes out.
-    IPC other(path_);
-    other.enable();
-    other.addOffset(0, 0);
+    const auto other = linkedCopy(path_);
     segment.unlock();
-    EXPECT_TRUE(pump([&] { return other.firstCursor() == 120 && other.view(); }));
+    EXPECT_TRUE(pump([&] { return other->firstCursor() == 120 && other->view(); }));
 }
 
-TEST_F(IpcTest, WrongSizesAreRefused) {
-    ASSERT_GE(shmget(key('N'), 32, IPC_CREAT | 0666), 0);
+TEST_F(IpcTest, WrongSizesAreRefusedAndRemovedSemaphoresWaitedFor) {
+    ASSERT_GE(shmget(linkKey(path_, 'N'), 32, IPC_CREAT | 0666), 0);
     EXPECT_THROW(IPC{path_}, PrintMsgError);
     EXPECT_EQ(MessageLog::instance().pop().text.find("shmget failed: "), 0U);
-    removeObjects();
+    removeLinkObjects(path_);
 
-    ASSERT_GE(semget(key('O'), 1, IPC_CREAT | 0660), 0);
+    ASSERT_GE(semget(linkKey(path_, 'O'), 1, IPC_CREAT | 0660), 0);
     EXPECT_THROW(IPC{path_}, PrintMsgError);
     EXPECT_EQ(MessageLog::instance().pop().text.find("semget failed: "), 0U);
-    removeObjects();
+    removeLinkObjects(path_);
 
     EXPECT_THROW(IPC("/nowhere/at/all"), PrintMsgError);
+
+    const auto ipc = linkedCopy(path_);
+    semctl(semget(linkKey(path_, 'O'), 0, 0), 0, IPC_RMID);
+    ipc->setCursors(1, 2);
+    EXPECT_EQ(ipc->secondCursor(), 2);
 }
-
-TEST_F(IpcTest, RemovedSemaphoresAreWaitedFor) {
-    IPC ipc(path_);
-    ipc.addOffset(0, 0);
-    ipc.enable();
-    semctl(semget(key('O'), 0, 0), 0, IPC_RMID);
-    ipc.setCursors(1, 2);
-    EXPECT_EQ(ipc.secondCursor(), 2);
-}
-
-/// The segment as another program sees it.
-class RawSegment {
-  public:
-    RawSegment(key_t key, std::size_t size)
-        : memory_(
-              static_cast<unsigned char*>(shmat(shmget(key, size, IPC_CREAT | 0666), nullptr, 0))),
-          size_(size) {}
-    RawSegment(const RawSegment&) = delete;
-    RawSegment& operator=(const RawSegment&) = delete;
-    ~RawSegment() { shmdt(memory_); }
-    [[nodiscard]] std::span<unsigned char> bytes() const { return {memory_, size_}; }
-
-  private:
-    unsigned char* memory_;
-    std::size_t size_;
-};
 
 TEST_F(IpcTest, TouchesOnly64BytesAndSurvivesAnyContent) {
     constexpr std::size_t kSize = 4096;
-    const RawSegment raw(key('N'), kSize);
-    const auto bytes = raw.bytes();
+    // The segment as another program sees it.
+    const auto detach = [](void* memory) { shmdt(memory); };
+    const std::unique_ptr<void, decltype(detach)> raw(
+        shmat(shmget(linkKey(path_, 'N'), kSize, IPC_CREAT | 0666), nullptr, 0), detach);
+    const std::span bytes(static_cast<unsigned char*>(raw.get()), kSize);
     std::fill(bytes.begin(), bytes.end(), 0xAA);
 
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937_64 random(seed);
-    const std::array<std::int64_t, 6> awkward = {0,
-                                                 -1,
-                                                 1,
-                                                 std::numeric_limits<std::int64_t>::max(),
-                                                 std::numeric_limits<std::int64_t>::min(),
-                                                 1 << 20};
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    const std::array<std::int64_t, 6> awkward = {0, -1, 1, kMost, -kMost - 1, 1 << 20};
 
     LinkSegment segment(path_);
     TimeOffsets offsets;
-    offsets.add(0, std::numeric_limits<std::int64_t>::max());
-    offsets.add(1 << 20, std::numeric_limits<std::int64_t>::min());
-    IPC ipc(path_);
-    ipc.addOffset(0, std::numeric_limits<std::int64_t>::max());
-    ipc.enable();
+    offsets.add(0, kMost);
+    offsets.add(1 << 20, -kMost - 1);
+    const auto ipc = linkedCopy(path_, kMost);
     for (int round = 0; round < 200; ++round) {
         std::array<std::int64_t, 8> words{};
         for (auto& word : words)
@@ -287,11 +251,11 @@ TEST_F(IpcTest, TouchesOnly64BytesAndSurvivesAnyContent) {
         LinkRecord record;
         ASSERT_NE(segment.exchange(record, {}), LinkSegment::Outcome::kNotLocked);
         static_cast<void>(offsets.ownTime(record.viewStart, record.viewStartFree));
-        if (const auto view = ipc.view()) {
+        if (const auto view = ipc->view()) {
             EXPECT_LT(view->start, view->end);
         }
-        EXPECT_GE(ipc.firstCursor(), -1);
-        EXPECT_GE(ipc.secondCursor(), -1);
+        EXPECT_GE(ipc->firstCursor(), -1);
+        EXPECT_GE(ipc->secondCursor(), -1);
     }
     for (const unsigned char byte : bytes.subspan(sizeof(LinkRecord)))
         ASSERT_EQ(byte, 0xAA);
