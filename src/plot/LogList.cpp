@@ -279,7 +279,7 @@ void LogList::popupMenu(const Gtk::TreeModel::Path* path) {
             const auto message = messageOf(row);
             const auto signals =
                 message ? listedSignals(*message) : std::vector<std::shared_ptr<Signal>>();
-            if (!signals.empty()) messageMenuWanted.emit(signals.front());
+            messageMenuWanted.emit(signals.empty() ? nullptr : signals.front());
             break;
         }
         case RowType::kSignal:

@@ -83,6 +83,18 @@ class Session:
         with open(path, encoding="ascii") as text:
             return frames(text.read())
 
+    def end(self):
+        """Ends the program if it runs, and keeps what it told."""
+        self.process.kill()
+        self.process.wait()
+        self.last_words = self.told()
+
+    def fail_on_warnings(self):
+        warnings = [line for line in self.last_words.splitlines()
+                    if WARNING.search(line) and not ALLOWED.search(line)]
+        if warnings:
+            sys.exit("\n".join(warnings))
+
     def message_window(self):
         """The dialog of a message: a visible window of the program beside the main one."""
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
@@ -149,13 +161,8 @@ def main():
         try:
             drive(session, program, scratch)
         finally:
-            session.process.kill()
-            session.process.wait()
-            told = session.told()
-        warnings = [line for line in told.splitlines()
-                    if WARNING.search(line) and not ALLOWED.search(line)]
-        if warnings:
-            sys.exit("\n".join(warnings))
+            session.end()
+    session.fail_on_warnings()
 
 
 if __name__ == "__main__":

@@ -8,6 +8,8 @@
 #include <cstdlib>
 
 #include "app/diagnostics/MessageLog.h"
+#include "input/AscImport.h"
+#include "input/CsvImport.h"
 #include "input/LogFiles.h"
 #include "input/VsdFile.h"
 #include "model/builtin/LoggerMessage.h"
@@ -156,6 +158,8 @@ WindowTest::WindowTest() : settings_(SettingsPaths{folder_ / "settings", folder_
     settings_.setVsdFile(test::sampleFile("drive.vsd"));
     store_.title = "Signal Plot";
     store_.hooks.logFiles = parseLogs;
+    store_.hooks.csvImport = importCsvFiles;
+    store_.hooks.ascImport = importAscFiles;
     addLoggerInterface(store_);
     loadVsdFile(store_, settings_.getVsdFile());
     window_ = std::make_unique<Window>(store_, settings_);

@@ -67,6 +67,17 @@ class DialogAnswers {
     sigc::connection gone_;
 };
 
+/// The first widget of a kind below a container, which has one.
+template <class Kind>
+Kind* findChild(Gtk::Container& container) {
+    for (Gtk::Widget* child : container.get_children()) {
+        if (auto* found = dynamic_cast<Kind*>(child)) return found;
+        if (auto* inner = dynamic_cast<Gtk::Container*>(child))
+            if (auto* found = findChild<Kind>(*inner)) return found;
+    }
+    return nullptr;
+}
+
 /// The path of a file of the sample recording.
 std::string sampleFile(const char* name);
 
