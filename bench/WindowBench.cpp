@@ -124,7 +124,7 @@ void tellLongest(const char* phase) {
 }
 
 template <class Condition>
-void pump(const Condition& condition) {
+void pump(Condition condition) {
     while (!condition())
         Glib::MainContext::get_default()->iteration(true);
 }

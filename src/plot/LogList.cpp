@@ -2,6 +2,8 @@
 
 #include <gdk/gdkkeysyms.h>
 #include <glibmm/main.h>
+#include <gtkmm/cssprovider.h>
+#include <gtkmm/stylecontext.h>
 #include <gtkmm/treerowreference.h>
 
 #include "app/diagnostics/Report.h"
@@ -20,6 +22,7 @@ LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, st
       lastInterface_(last),
       model_(Gtk::TreeStore::create(columns_)) {
     buildColumns();
+    tintSelection();
     set_enable_search(false);
     set_search_column(-1);
     set_tooltip_column(columns_.tooltip.index());
@@ -28,6 +31,19 @@ LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, st
     signal_popup_menu().connect(sigc::mem_fun(*this, &LogList::popupMenuAtCursor));
     store_.settingsChanged.connect(sigc::mem_fun(*this, &LogList::refreshMarkup));
     rebuild(first, last, false);
+}
+
+// Names keep the colours of their signals in the selected row, too, so it is only tinted.
+void LogList::tintSelection() {
+    try {
+        const auto provider = Gtk::CssProvider::create();
+        provider->load_from_data(
+            "treeview.view:selected { color: @theme_text_color;"
+            " background-color: alpha(@theme_selected_bg_color, 0.3); }");
+        get_style_context()->add_provider(provider, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    } catch (const Glib::Error&) {
+        report(Level::kWarning, "Failed to load css");
+    }
 }
 
 void LogList::buildColumns() {

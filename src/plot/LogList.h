@@ -112,6 +112,7 @@ class LogList : public Gtk::TreeView {
     struct RowValues;
 
     void buildColumns();
+    void tintSelection();
     void sortByName();
     void fillModel();
     void fillMessages(const CanIface& interface, const Row& parent);

@@ -113,17 +113,22 @@ void Window::layOut() {
     add(hBox_);
 }
 
-// The plots ask for 400 and 200 pixels. A screen that is too low for both, such as a scaled one,
-// would lose the search and the bar below its edge: there they share what it has.
-void Window::fitToScreen() {
+// Of the monitor that shows the window, or will.
+Gdk::Rectangle Window::workArea() {
     const auto display = get_display();
     const auto surface = get_window();
     auto monitor =
         surface ? display->get_monitor_at_window(surface) : display->get_primary_monitor();
     if (!monitor) monitor = display->get_monitor(0);
-    if (!monitor) return;
-    Gdk::Rectangle area;
-    monitor->get_workarea(area);
+    Gdk::Rectangle area(0, 0, kDefaultWidth, kDefaultHeight);
+    if (monitor) monitor->get_workarea(area);
+    return area;
+}
+
+// The plots ask for 400 and 200 pixels. A screen that is too low for both, such as a scaled one,
+// would lose the search and the bar below its edge: there they share what it has.
+void Window::fitToScreen() {
+    const Gdk::Rectangle area = workArea();
     const int height = std::max(area.get_height() - kAroundPlots, kLeastPlots);
     const int overview = std::min(FullPlot::kHeight, height / 3);
     subPlot_.set_size_request(SubPlot::kSmallest, std::min(SubPlot::kSmallest, height - overview));

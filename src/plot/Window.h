@@ -6,6 +6,7 @@
 #include <gtkmm/filechooserdialog.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/menubar.h>
+#include <gtkmm/messagedialog.h>
 #include <gtkmm/notebook.h>
 #include <gtkmm/progressbar.h>
 #include <gtkmm/scrolledwindow.h>
@@ -98,6 +99,7 @@ class Window : public Gtk::Window, public PlotHost {
     // Window.cpp
     void layOut();
     void fitToScreen();
+    [[nodiscard]] Gdk::Rectangle workArea();
     void connectSources();
     void loadCss();
     bool handleFunctionKey(unsigned key);
@@ -141,6 +143,7 @@ class Window : public Gtk::Window, public PlotHost {
     bool showPendingMessages();
     void showMessage(int level, const std::string& text);
     void showHelp();
+    void scrollMessage(Gtk::MessageDialog& dialog);
     void changeTitle();
     // WindowInputs.cpp
     void selectFiles(Input input);
