@@ -60,16 +60,19 @@ void prepare(Store& store, int argc, char** argv) {
 std::int64_t startedAt = 0;  // us of the monotonic clock
 
 void leaveBehindFrame(GdkFrameClock* /*clock*/, gpointer /*data*/) {
+    gdk_display_sync(gdk_display_get_default());
     std::printf("first_frame %.1f\n",
                 static_cast<double>(g_get_monotonic_time() - startedAt) * kMsPerUs);
     std::fflush(stdout);
     _exit(0);
 }
 
-gboolean noteFirstDraw(GSignalInvocationHint* /*hint*/, guint /*count*/, const GValue* values,
-                       gpointer /*data*/) {
+gboolean noteMap(GSignalInvocationHint* /*hint*/, guint /*count*/, const GValue* values,
+                 gpointer /*data*/) {
     auto* widget = GTK_WIDGET(g_value_get_object(values));
-    g_signal_connect_after(gtk_widget_get_frame_clock(widget), "after-paint",
+    if (!GTK_IS_WINDOW(widget)) return TRUE;
+    // The toolkit's own handler, which draws, comes first.
+    g_signal_connect_after(gtk_widget_get_frame_clock(widget), "paint",
                            G_CALLBACK(leaveBehindFrame), nullptr);
     return FALSE;
 }
@@ -81,7 +84,7 @@ int showOnce(const char* startText, int argc, char** argv) {
     Store store;
     prepare(store, argc, argv);
     g_type_class_ref(GTK_TYPE_WIDGET);
-    g_signal_add_emission_hook(g_signal_lookup("draw", GTK_TYPE_WIDGET), 0, noteFirstDraw, nullptr,
+    g_signal_add_emission_hook(g_signal_lookup("map", GTK_TYPE_WIDGET), 0, noteMap, nullptr,
                                nullptr);
     return runWindow(store, false, argc, argv);
 }

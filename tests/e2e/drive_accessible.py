@@ -67,6 +67,15 @@ def find_views(root):
         assert box.width > 300 and box.height > 50, f"{name}: {box.width} x {box.height}"
 
 
+def fits_screen(root):
+    """What lies lowest in the window is on the screen, also if that is a small one."""
+    width, height = map(int, xdotool("getdisplaygeometry").split())
+    for name, role in (("Search", "text"), ("Progress", "progress bar")):
+        box = find(root, name, role).queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        assert box.x + box.width <= width and box.y + box.height <= height, \
+            f"{name} reaches {box.x + box.width}, {box.y + box.height}"
+
+
 def pick(session, root, signal):
     """Picks a signal by search and check box, as a reader of the screen would."""
     search = wait_for("the search", lambda: find(root, "Search", "text"))
@@ -92,6 +101,7 @@ def use_menu(session, root, keys, item):
 def drive(session):
     root = wait_for("the program on the bus", lambda: application(session.process))
     find_views(root)
+    fits_screen(root)
     pick(session, root, drive_window.SIGNAL)
     session.key("F5")
     wait_for("the curve", lambda: session.curve()[0] > 500)

@@ -4,9 +4,6 @@
 #include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 
-#include <array>
-#include <cstdlib>
-
 #include "app/diagnostics/MessageLog.h"
 #include "input/AscImport.h"
 #include "input/CsvImport.h"
@@ -37,11 +34,6 @@ Gtk::Dialog* openDialog() {
 }
 
 }  // namespace
-
-ScratchFolder::ScratchFolder() {
-    std::string name = "/tmp/sigmira_window_XXXXXX";
-    path_ = mkdtemp(name.data());
-}
 
 DialogAnswers::DialogAnswers()
     : timer_(Glib::signal_timeout().connect(sigc::mem_fun(*this, &DialogAnswers::look), kLookMs)) {}

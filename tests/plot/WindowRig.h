@@ -18,21 +18,6 @@
 
 namespace trelis::test {
 
-/// A folder that is removed with its content.
-class ScratchFolder {
-  public:
-    ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return path_ + "/" + name;
-    }
-
-  private:
-    std::string path_;
-};
-
 /// Answers the dialogs that come up while a command runs the main loop, in order, and notes what
 /// they said. What nobody expected is cancelled, and fails the test.
 class DialogAnswers {
