@@ -75,11 +75,8 @@ void Window::layOut() {
         page.set_can_focus(false);
         list.set_can_focus(true);
         page.add(list);
-        const int number = notebook_.append_page(page, title);
+        notebook_.append_page(page, title);
         setName(list, title);
-        // A name of its own: asked when the page leaves, the toolkit would look for its label.
-        if (const auto shown = notebook_.get_accessible()->get_accessible_child(number))
-            shown->set_name(title);
     };
     fillPage(dataPage_, dataList_, "Data");
     fillPage(statisticsPage_, statisticsList_, "Statistics");
