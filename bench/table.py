@@ -236,9 +236,49 @@ class Bench:
                 file.write(f"[Many.v{number}]\nmethod=sum\nstep=1000\n")
                 file.writelines(f"signal_{i:02d}={name}\n" for i, name in enumerate(inputs, 1))
 
+    def paint(self):
+        """Ten million samples a signal: one signal, twelve, and the main thread's part."""
+        output = subprocess.run([os.path.join(self.options.floors, "bench-paint"), "--benchmark_format=json",
+                                 f"--benchmark_repetitions={self.options.rounds}"],
+                                check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+        results = {one["run_name"]: one for one in json.loads(output)["benchmarks"]
+                   if one.get("aggregate_name") == "median"}
+        for work, name, bar, goal in (
+                ("painted again, one signal", "paintAgain", 4, 2),
+                ("painted at first sight, one signal", "paintAtFirstSight", 20, 12),
+                ("a pan, main thread", "moveView/zoom:0", 4, 2),
+                ("a zoom, main thread", "moveView/zoom:1", 4, 4)):
+            self.table.row(work, results[name]["cpu_time"], " ms", bar, goal, "CPU")
+        twelve = [one["real_time"] for name, one in results.items() if name.startswith("repaintTwelve")]
+        self.table.row("twelve signals repainted", max(twelve), " ms", 60, 30,
+                       f"wall, the slowest of {len(twelve)} views; {min(twelve):.1f} ms the fastest")
+        self.table.row("memory beyond the samples", results["paintAgain"]["memory_percent"], " %", 5, 3, "")
+
+    def in_window(self, *arguments):
+        """The times that bench-window prints on a display of its own, by name."""
+        display = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "with-display")
+        output = subprocess.run([display, os.path.join(self.options.floors, "bench-window"), *arguments],
+                                check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+        times = {}
+        for line in output.splitlines():
+            name, value = line.split()
+            times.setdefault(name, []).append(float(value))
+        return times
+
+    def window(self):
+        shown = self.in_window("start", str(self.options.rounds + 1),
+                               os.path.join(self.options.sample, "drive.vsd"), *self.sample())["first_frame"][1:]
+        self.table.row("from the start to the first frame", median(shown), " ms", 500, 300,
+                       f"the sample; {min(shown):.0f} to {max(shown):.0f} ms")
+        runs = [self.in_window("load", self.vsd("bench.vsd"), *self.files) for _ in range(self.options.rounds)]
+        for work, name in (("parsed", "block_parse"), ("painted", "block_paint")):
+            blocks = [run[name][0] for run in runs]
+            self.table.row(f"longest block of the main loop while {len(self.files)} files are {work}", median(blocks),
+                           " ms", 50, 16, f"12 signals, {min(blocks):.1f} to {max(blocks):.1f} ms")
+
     def run(self):
         parts = {"printing": self.printing, "decoding": self.decoding, "growth": self.growth, "live": self.live,
-                 "start": self.start, "virtual": self.virtual}
+                 "start": self.start, "virtual": self.virtual, "paint": self.paint, "window": self.window}
         print(f"{len(self.files)} files of {self.options.frames} frames, medians of {self.options.rounds} rounds. "
               f"Load of the machine at the start: {os.getloadavg()[0]:.1f}.\n")
         self.table = Table()
@@ -258,7 +298,7 @@ def main():
     parser.add_argument("--frames", type=int, required=True, help="frames a file")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--only", action="append",
-                        choices=["printing", "decoding", "growth", "live", "start", "virtual"])
+                        choices=["printing", "decoding", "growth", "live", "start", "virtual", "paint", "window"])
     options = parser.parse_args()
     options.data = os.path.abspath(options.data)
     with tempfile.TemporaryDirectory(prefix="home-", dir=os.path.dirname(options.data)) as home:

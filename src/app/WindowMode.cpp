@@ -16,10 +16,10 @@
 namespace trelis {
 namespace {
 
-constexpr int kLabelMargin = 10;       // px
-constexpr int kContentPadding = 10;    // px
-constexpr int kMostTextHeight = 400;   // px; more messages are scrolled
-constexpr int kMostTextColumns = 100;  // characters; longer lines are wrapped
+constexpr int kLabelMargin = 10;      // px
+constexpr int kContentPadding = 10;   // px
+constexpr int kMostTextHeight = 400;  // px; more messages are scrolled
+constexpr int kTextColumns = 80;      // characters; longer lines are wrapped
 constexpr int kFailed = 1;
 
 // The dialog of the collected messages. Its parts belong to the dialog.
@@ -28,7 +28,8 @@ void fillMessages(Gtk::Dialog& dialog, const std::string& markup) {
     label->set_markup(isDarkTheme(dialog) ? lightenMarkup(markup) : markup);
     label->set_selectable(true);
     label->set_line_wrap(true);
-    label->set_max_width_chars(kMostTextColumns);
+    label->set_width_chars(kTextColumns);
+    label->set_max_width_chars(kTextColumns);
     label->set_xalign(0.0F);
     label->set_margin_start(kLabelMargin);
     label->set_margin_end(kLabelMargin);

@@ -4,17 +4,11 @@
 #include <cmath>
 
 #include "app/store/Store.h"
-#include "config/settings/Settings.h"
-#include "model/Signal.h"
-#include "plot/GtkColour.h"
-#include "plot/paint/Grid.h"
-#include "plot/paint/ShowPicture.h"
 #include "plot/paint/TimeBox.h"
 
 namespace trelis {
 namespace {
 
-constexpr int kHeight = 200;               ///< requested
 constexpr unsigned kLiveRenderMs = 10000;  ///< a live overview renders at most this often
 constexpr int kGridStep = 20;
 constexpr double kGridWidth = 0.2;
@@ -23,34 +17,17 @@ constexpr int kThinnestMark = 3;
 }  // namespace
 
 FullPlot::FullPlot(Store& store, TimeBox& timeBox, Settings& settings)
-    : store_(store), timeBox_(timeBox), settings_(settings) {
+    : PlotArea(store, timeBox, settings, "Overview", kLiveRenderMs) {
     set_size_request(-1, kHeight);
-    add_events(Gdk::SCROLL_MASK | Gdk::SMOOTH_SCROLL_MASK | Gdk::POINTER_MOTION_MASK |
-               Gdk::POINTER_MOTION_HINT_MASK | Gdk::BUTTON_PRESS_MASK | Gdk::BUTTON_RELEASE_MASK);
-    get_accessible()->set_name("Overview");
-    get_accessible()->set_role(Atk::ROLE_CHART);
-
-    picture_.painted.connect(sigc::mem_fun(*this, &FullPlot::onPainted));
-    property_scale_factor().signal_changed().connect(sigc::mem_fun(*this, &FullPlot::render));
     connections_ = {
         timeBox_.timeChanged.connect(sigc::mem_fun(*this, &FullPlot::queue_draw)),
         store_.dataChanged.connect(sigc::mem_fun(*this, &FullPlot::onDataChanged)),
     };
 }
 
-FullPlot::~FullPlot() {
-    for (sigc::connection& connection : connections_)
-        connection.disconnect();
-    refreshTimer_.disconnect();
-}
-
-TimeSpan FullPlot::bounds() const {
-    return {store_.intervalStart, store_.intervalEnd};
-}
-
 void FullPlot::onDataChanged() {
     if (store_.liveMode) {
-        armRefresh();
+        scheduleRender();
         return;
     }
     const TimeSpan data = bounds();
@@ -58,66 +35,14 @@ void FullPlot::onDataChanged() {
     render();
 }
 
-void FullPlot::onPainted() {
-    queue_draw();
-    if (store_.liveMode) armRefresh();
-}
-
-void FullPlot::armRefresh() {
-    if (refreshTimer_.connected()) return;
-    const auto refresh = [this] {
-        refreshTimer_.disconnect();
-        render();
-        return false;
-    };
-    refreshTimer_ = Glib::signal_timeout().connect(refresh, kLiveRenderMs);
-}
-
-bool FullPlot::on_configure_event(GdkEventConfigure* /*event*/) {
-    render();
-    return true;
-}
-
-void FullPlot::render() {
-    queue_draw();
-    span_ = bounds();
-    const auto selected = store_.selection();
-    PictureRequest request;
-    request.bounds = span_;
-    request.width = get_allocated_width();
-    request.height = get_allocated_height();
-    request.scale = get_scale_factor();
-    request.rows = selected.size();
-    request.split = settings_.getSplitView();
-    request.lineWidth = store_.lineWidth;
-    const auto layout = get_realized() ? layoutOverview(request) : std::nullopt;
-    if (!layout) {
-        if (selected.empty()) stopPainting();
-        return;
-    }
-    std::vector<PaintSignal> signals;
-    for (const auto& signal : selected)
-        signals.push_back({signal, colourOf(signal->color)});
-    picture_.start(*layout, signals);
-}
-
-void FullPlot::stopPainting() {
-    picture_.stop();
-    refreshTimer_.disconnect();
-    queue_draw();
+std::optional<PictureLayout> FullPlot::layoutPicture(PictureRequest request) {
+    span_ = request.bounds;
+    return layoutOverview(request);
 }
 
 bool FullPlot::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
-    const int width = get_allocated_width();
-    const int height = get_allocated_height();
-    const int scale = get_scale_factor();
-    const Colour background = colourOf(settings_.getBgColor());
-    cr->set_source_rgba(background.red, background.green, background.blue, 1.0);
-    cr->paint();
-    drawGrid(cr, width, height, kGridStep, kGridWidth, colourOf(settings_.getGridColor()));
-    picture_.visit([&](const PixelCanvas& canvas, const PictureLayout& layout) {
-        showPicture(cr, canvas, layout, layout.view, width * scale, height * scale, scale);
-    });
+    drawBackground(cr, kGridStep, kGridWidth);
+    drawPicture(cr, std::nullopt);
     drawMark(cr);
     return true;
 }

@@ -2,7 +2,11 @@
 
 #include <gdk/gdkkeysyms.h>
 #include <glibmm/main.h>
+#include <gtkmm/cssprovider.h>
+#include <gtkmm/stylecontext.h>
 #include <gtkmm/treerowreference.h>
+
+#include <algorithm>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
@@ -12,6 +16,13 @@
 #include "model/Signal.h"
 
 namespace trelis {
+namespace {
+
+// px; longer names end with dots
+constexpr int kLeastNameWidth = 200;
+constexpr int kMostNameWidth = 480;
+
+}  // namespace
 
 LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, std::uint32_t last)
     : store_(store),
@@ -20,6 +31,7 @@ LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, st
       lastInterface_(last),
       model_(Gtk::TreeStore::create(columns_)) {
     buildColumns();
+    tintSelection();
     set_enable_search(false);
     set_search_column(-1);
     set_tooltip_column(columns_.tooltip.index());
@@ -30,11 +42,26 @@ LogList::LogList(Store& store, const Settings& settings, std::uint32_t first, st
     rebuild(first, last, false);
 }
 
+// Names keep the colours of their signals in the selected row, too, so it is only tinted.
+void LogList::tintSelection() {
+    try {
+        const auto provider = Gtk::CssProvider::create();
+        provider->load_from_data(
+            "treeview.view:selected { color: @theme_text_color;"
+            " background-color: alpha(@theme_selected_bg_color, 0.3); }");
+        get_style_context()->add_provider(provider, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    } catch (const Glib::Error&) {
+        report(Level::kWarning, "Failed to load css");
+    }
+}
+
 void LogList::buildColumns() {
     nameColumn_.pack_start(nameCell_);
     nameColumn_.add_attribute(nameCell_.property_markup(), columns_.markup);
     nameColumn_.set_clickable(true);
-    nameColumn_.set_min_width(200);
+    nameColumn_.set_min_width(kLeastNameWidth);
+    nameColumn_.set_sizing(Gtk::TREE_VIEW_COLUMN_FIXED);
+    nameCell_.property_ellipsize() = Pango::ELLIPSIZE_END;
     nameColumn_.signal_clicked().connect(sigc::mem_fun(*this, &LogList::sortByName));
     append_column(nameColumn_);
 
@@ -44,7 +71,11 @@ void LogList::buildColumns() {
     toggleColumn_.pack_start(toggleCell_);
     toggleColumn_.add_attribute(toggleCell_.property_active(), columns_.active);
     toggleColumn_.set_clickable(false);
+    toggleColumn_.set_sizing(Gtk::TREE_VIEW_COLUMN_FIXED);
     append_column(toggleColumn_);
+    // The view would measure each row, for seconds if there are many, to know how far it can
+    // scroll. All are alike.
+    set_fixed_height_mode(true);
     toggleCell_.signal_toggled().connect([this](const Glib::ustring& path) {
         const auto iter = get_model()->get_iter(path);
         if (iter) toggleRow(modelRow(iter));
@@ -55,6 +86,19 @@ void LogList::buildColumns() {
         return compareNames(nameOf(*a), nameOf(*b));
     });
     nameColumn_.clicked();
+}
+
+// The name column is as wide as the longest name needs that was listed so far.
+void LogList::makeRoomFor(const std::string& name, RowType level) {
+    constexpr int kIndent = 24;  // px a level, with the arrow
+    const auto layout = create_pango_layout("");
+    layout->set_markup(plainMarkup(name));
+    int width = 0;
+    int height = 0;
+    layout->get_pixel_size(width, height);
+    width += (static_cast<int>(level) + 1) * kIndent;
+    width = std::clamp(width, kLeastNameWidth, kMostNameWidth);
+    if (width > nameColumn_.get_fixed_width()) nameColumn_.set_fixed_width(width);
 }
 
 // The first click sorts, each further one turns the order round. The column's own sorting is not
@@ -133,12 +177,12 @@ bool LogList::selectSignal(const std::shared_ptr<Signal>& signal) {
         report(Level::kError, "sigPlotSelected called without any signal selected");
         return false;
     }
+    if (filtered_) applyFilter("");
     const auto messageRow = findMessageRow(*signal->message);
     if (!messageRow) return false;
     populate(*messageRow);
     const auto row = findSignalRow(*signal);
     if (!row) return false;
-    if (filtered_) applyFilter("");
     putCursor(viewPath(*row));
     return true;
 }
@@ -212,13 +256,12 @@ void LogList::refreshMessage(const Row& row, bool active) {
 
 void LogList::refreshChecks() {
     for (const auto& interfaceRow : model_->children()) {
-        bool any = false;
         for (const auto& row : interfaceRow.children()) {
             const auto message = messageOf(row);
-            const bool active = message && message->selectedVisibleCount > 0;
-            refreshMessage(row, active);
-            any = any || active;
+            refreshMessage(row, message && message->selectedVisibleCount > 0);
         }
+        const auto interface = store_.findInterfaceByNumber(interfaceRow[columns_.interfaceId]);
+        const bool any = interface && interface->selectedVisibleCount > 0;
         if (interfaceRow[columns_.active] == any) continue;
         interfaceRow[columns_.active] = any;
         interfaceRow[columns_.expandMark] = any;
@@ -279,7 +322,7 @@ void LogList::popupMenu(const Gtk::TreeModel::Path* path) {
             const auto message = messageOf(row);
             const auto signals =
                 message ? listedSignals(*message) : std::vector<std::shared_ptr<Signal>>();
-            if (!signals.empty()) messageMenuWanted.emit(signals.front());
+            messageMenuWanted.emit(signals.empty() ? nullptr : signals.front());
             break;
         }
         case RowType::kSignal:
@@ -334,11 +377,16 @@ void LogList::on_row_expanded(const Gtk::TreeModel::iterator& iter,
         report(Level::kError, "row expanded/collapsed with none valid path");
         return;
     }
-    const Row row = modelRow(iter);
-    if (typeOf(row) != RowType::kInterface) return;
-    for (const auto& child : row.children())
-        if (const auto shown = viewPath(child); !shown.empty() && row_expanded(shown))
-            populate(child);
+    if (typeOf(modelRow(iter)) != RowType::kInterface) return;
+    std::vector<Row> open;
+    Gtk::TreeModel::Path child = path;
+    child.down();
+    for (const auto& row : iter->children()) {
+        if (row_expanded(child)) open.push_back(filtered_ ? modelRow(row) : row);
+        child.next();
+    }
+    for (const Row& row : open)
+        populate(row);
 }
 
 void LogList::on_row_collapsed(const Gtk::TreeModel::iterator& iter,

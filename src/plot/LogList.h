@@ -110,11 +110,21 @@ class LogList : public Gtk::TreeView {
     using Row = Gtk::TreeModel::Row;
     using RowSet = std::set<std::pair<std::string, std::string>>;  // interface and message name
     struct RowValues;
+    struct ListedMessage {
+        std::shared_ptr<Message> message;
+        bool visible;  ///< the filter shows it
+        bool open;     ///< and opens it
+    };
 
     void buildColumns();
+    void tintSelection();
+    void makeRoomFor(const std::string& name, RowType level);
     void sortByName();
     void fillModel();
-    void fillMessages(const CanIface& interface, const Row& parent);
+    [[nodiscard]] std::vector<ListedMessage> listMessages(const CanIface& interface,
+                                                          std::size_t& opened) const;
+    void fillMessages(const Row& parent, std::vector<ListedMessage> messages);
+    void refill();
     /// Gives a message row the rows of its signals, if it has none yet.
     void populate(const Row& messageRow);
     void insertRow(const Row* parent, const RowValues& values);
@@ -124,8 +134,8 @@ class LogList : public Gtk::TreeView {
     [[nodiscard]] Glib::ustring plainMarkup(const std::string& name) const;
     [[nodiscard]] Glib::ustring signalMarkup(const Signal& signal) const;
 
-    void markVisible();
-    bool markMessage(const Row& row);
+    /// Whether the filter shows the message or a signal in it.
+    [[nodiscard]] bool isShown(const Message& message) const;
     void expandMatches();
     [[nodiscard]] std::list<row_t> expandedRows();
     void expandRows(const std::list<row_t>& rows);

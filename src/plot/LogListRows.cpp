@@ -24,6 +24,13 @@ Glib::ustring escaped(const std::string& text) {
         g_markup_escape_text(text.c_str(), static_cast<gssize>(text.size())));
 }
 
+// Of items that are not none.
+template <class Items, class Name>
+const std::string& longestName(const Items& items, const Name& nameOf) {
+    return nameOf(*std::ranges::max_element(
+        items, {}, [&nameOf](const auto& item) { return nameOf(item).size(); }));
+}
+
 }  // namespace
 
 struct LogList::RowValues {
@@ -92,52 +99,75 @@ void LogList::insertRow(const Row* parent, const RowValues& values) {
         columns_.visible.index(), static_cast<gboolean>(values.visible), -1);
 }
 
-void LogList::fillMessages(const CanIface& interface, const Row& parent) {
-    std::vector<std::shared_ptr<Message>> messages;
+// What a filter shows of an interface, and which of its messages the filter opens.
+std::vector<LogList::ListedMessage> LogList::listMessages(const CanIface& interface,
+                                                          std::size_t& opened) const {
+    std::vector<ListedMessage> listed;
+    const bool shown = filter_.matches(RowType::kInterface, interface.name);
     for (const auto& [id, message] : interface.messages)
-        messages.push_back(message);
-    std::stable_sort(messages.begin(), messages.end(), [](const auto& a, const auto& b) {
-        return compareNames(a->name, b->name) < 0;
+        listed.push_back({message, shown && isShown(*message), false});
+    std::ranges::stable_sort(listed, [](const auto& a, const auto& b) {
+        return compareNames(a.message->name, b.message->name) < 0;
     });
-    // Each row goes to the first place, which is where it belongs.
-    if (sortOrder_ == Gtk::SORT_ASCENDING) std::reverse(messages.begin(), messages.end());
-    for (const auto& message : messages) {
+    if (filter_.isEmpty()) return listed;
+    for (ListedMessage& one : listed) {
+        one.open = one.visible && opened < kMostOpenedRows;
+        if (one.open) opened += one.message->signals.size();
+    }
+    return listed;
+}
+
+// The first place is the only one that a tree store finds at once, so rows are made from the last
+// to the first, and each message gets what is below it before the next one comes. What a filter
+// hides gets none.
+void LogList::fillMessages(const Row& parent, std::vector<ListedMessage> messages) {
+    if (messages.empty()) return;
+    const std::uint32_t number = parent[columns_.interfaceId];
+    makeRoomFor(longestName(
+                    messages, [](const ListedMessage& one) -> auto& { return one.message->name; }),
+                RowType::kMessage);
+    if (sortOrder_ == Gtk::SORT_ASCENDING) std::ranges::reverse(messages);
+    for (const auto& [message, visible, open] : messages) {
+        if (!visible) continue;
         insertRow(&parent, {.name = message->name,
                             .active = message->selectedVisibleCount > 0,
                             .messageId = message->id,
                             .markup = plainMarkup(message->name),
                             .type = RowType::kMessage,
-                            .interfaceId = interface.number,
+                            .interfaceId = number,
                             .comment = message->comment});
-        const bool hasSignals =
-            std::any_of(message->signals.begin(), message->signals.end(),
-                        [this](const auto& signal) { return isListed(*signal); });
-        const Row row = *parent.children().begin();
+        if (!std::ranges::any_of(message->signals,
+                                 [this](const auto& signal) { return isListed(*signal); }))
+            continue;
         // The sorted place may be another than the first among equal names.
-        const Row messageRow =
-            row[columns_.messageId] == message->id ? row : *findMessageRow(*message);
-        if (hasSignals)
-            insertRow(&messageRow, {.name = "",
-                                    .messageId = message->id,
-                                    .markup = "",
-                                    .type = RowType::kPlaceholder,
-                                    .interfaceId = interface.number,
-                                    .comment = ""});
+        const Row first = *parent.children().begin();
+        const Row row =
+            first[columns_.messageId] == message->id ? first : *findMessageRow(*message);
+        insertRow(&row, {.name = "",
+                         .messageId = message->id,
+                         .markup = "",
+                         .type = RowType::kPlaceholder,
+                         .interfaceId = number,
+                         .comment = ""});
+        if (open) populate(row);
     }
 }
 
 void LogList::fillModel() {
     model_->clear();
+    std::size_t opened = 0;
     for (const auto& [number, interface] : store_.interfaces) {
         if (number < firstInterface_ || number >= lastInterface_) continue;
+        auto messages = listMessages(*interface, opened);
         insertRow(nullptr, {.name = interface->name,
                             .active = interface->selectedVisibleCount > 0,
                             .markup = plainMarkup(interface->name),
                             .type = RowType::kInterface,
                             .interfaceId = number,
-                            .comment = ""});
+                            .comment = "",
+                            .visible = std::ranges::any_of(messages, &ListedMessage::visible)});
         for (const auto& row : model_->children())
-            if (row[columns_.interfaceId] == number) fillMessages(*interface, row);
+            if (row[columns_.interfaceId] == number) fillMessages(row, std::move(messages));
     }
 }
 
@@ -153,6 +183,9 @@ void LogList::populate(const Row& messageRow) {
     const auto message = messageOf(messageRow);
     auto signals = message ? listedSignals(*message) : std::vector<std::shared_ptr<Signal>>();
     if (signals.empty()) return;
+    makeRoomFor(longestName(
+                    signals, [](const auto& signal) -> auto& { return signal->name; }),
+                RowType::kSignal);
     if (sortOrder_ == Gtk::SORT_ASCENDING) std::reverse(signals.begin(), signals.end());
     const auto shown = std::find_if(signals.rbegin(), signals.rend(), [this](const auto& signal) {
         return filter_.isEmpty() || filter_.matches(RowType::kSignal, signal->name);
@@ -220,19 +253,30 @@ void LogList::rebuild(std::uint32_t first, std::uint32_t last, bool keep) {
     stopExpanding();
     firstInterface_ = first;
     lastInterface_ = last;
-    const Glib::ustring text = filter_.text();
+    refill();
+    if (!filter_.isEmpty()) return;
+    expandRows(open);
+    if (!current) return;
+    const auto messageRow = findMessageRow(*current->message);
+    if (!messageRow) return;
+    populate(*messageRow);
+    if (const auto row = findSignalRow(*current)) putCursor(viewPath(*row));
+}
+
+// Makes all rows anew, with the view taken off: to change the rows that are there would take the
+// square of their number.
+void LogList::refill() {
     unset_model();
     filtered_.reset();
-    filter_ = ListFilter();
     fillModel();
-    showModel(model_);
-    expandRows(open);
-    refreshChecks();
-    if (!text.empty()) {
-        applyFilter(text);
-    } else if (current) {
-        if (const auto row = findSignalRow(*current)) putCursor(viewPath(*row));
+    if (filter_.isEmpty()) {
+        showModel(model_);
+        return;
     }
+    filtered_ = Gtk::TreeModelFilter::create(model_);
+    filtered_->set_visible_column(columns_.visible);
+    showModel(filtered_);
+    expandMatches();
 }
 
 void LogList::toggleHidden() {
@@ -241,6 +285,9 @@ void LogList::toggleHidden() {
 }
 
 void LogList::refreshMarkup() {
+    // Another font has another height.
+    set_fixed_height_mode(false);
+    set_fixed_height_mode(true);
     for (const auto& interfaceRow : model_->children()) {
         interfaceRow[columns_.markup] = plainMarkup(nameOf(interfaceRow));
         for (const auto& row : interfaceRow.children()) {
@@ -255,42 +302,30 @@ void LogList::refreshMarkup() {
 
 // ---- filter
 
-bool LogList::markMessage(const Row& row) {
-    const auto message = messageOf(row);
-    const bool shown =
-        message && filter_.matches(RowType::kMessage, message->name) &&
-        std::any_of(message->signals.begin(), message->signals.end(), [this](const auto& signal) {
-            return isListed(*signal) && filter_.matches(RowType::kSignal, signal->name);
-        });
-    row[columns_.visible] = shown;
-    if (shown && !isPopulated(row)) (*row.children().begin())[columns_.visible] = true;
-    if (shown && isPopulated(row))
-        for (const auto& child : row.children())
-            child[columns_.visible] = filter_.matches(RowType::kSignal, nameOf(child));
-    return shown;
+bool LogList::isShown(const Message& message) const {
+    return filter_.isEmpty() ||
+           (filter_.matches(RowType::kMessage, message.name) &&
+            std::ranges::any_of(message.signals, [this](const auto& signal) {
+                return isListed(*signal) && filter_.matches(RowType::kSignal, signal->name);
+            }));
 }
 
-void LogList::markVisible() {
-    for (const auto& interfaceRow : model_->children()) {
-        bool shown = false;
-        if (filter_.matches(RowType::kInterface, nameOf(interfaceRow)))
-            for (const auto& row : interfaceRow.children())
-                shown = markMessage(row) || shown;
-        interfaceRow[columns_.visible] = shown;
-    }
-}
-
+// Paths are counted: a tree store would find each by a walk over its siblings.
 void LogList::expandMatches() {
-    std::size_t opened = 0;
+    const auto open = [this](const Gtk::TreeModel::Path& path) {
+        const auto shown = filtered_->convert_child_path_to_path(path);
+        if (!shown.empty()) expand_row(shown, false);
+    };
+    Gtk::TreeModel::Path path("0");
     for (const auto& interfaceRow : model_->children()) {
-        if (!interfaceRow[columns_.visible]) continue;
-        openRow(interfaceRow);
+        open(path);
+        path.down();
         for (const auto& row : interfaceRow.children()) {
-            if (!row[columns_.visible]) continue;
-            if (opened >= kMostOpenedRows) return;
-            openRow(row);
-            opened += row.children().size();
+            if (row[columns_.visible] && isPopulated(row)) open(path);
+            path.next();
         }
+        path.up();
+        path.next();
     }
 }
 
@@ -301,20 +336,9 @@ void LogList::applyFilter(const Glib::ustring& text) {
     }
     if (filter_.isEmpty()) expandedBefore_ = expandedRows();
     stopExpanding();
-    unset_model();
-    filtered_.reset();
     filter_ = ListFilter(text.raw());
-    if (filter_.isEmpty()) {
-        refreshChecks();
-        showModel(model_);
-        expandRows(expandedBefore_);
-        return;
-    }
-    markVisible();
-    filtered_ = Gtk::TreeModelFilter::create(model_);
-    filtered_->set_visible_column(columns_.visible);
-    showModel(filtered_);
-    expandMatches();
+    refill();
+    if (filter_.isEmpty()) expandRows(expandedBefore_);
 }
 
 // ---- opening

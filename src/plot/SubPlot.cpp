@@ -13,14 +13,11 @@
 #include "model/Signal.h"
 #include "plot/GtkColour.h"
 #include "plot/PlotHost.h"
-#include "plot/paint/Grid.h"
-#include "plot/paint/ShowPicture.h"
 #include "plot/paint/TimeBox.h"
 
 namespace trelis {
 namespace {
 
-constexpr int kSmallest = 400;            ///< requested width and height
 constexpr int kStripPadding = 6;          ///< px of the time strip beside the font
 constexpr unsigned kLiveRenderMs = 1000;  ///< a live plot renders at most this often
 constexpr int kFlashMs = 1000;
@@ -31,42 +28,26 @@ constexpr double kGridWidth = 0.8;
 }  // namespace
 
 SubPlot::SubPlot(Store& store, TimeBox& timeBox, Settings& settings, PlotHost& host)
-    : store_(store),
-      timeBox_(timeBox),
-      settings_(settings),
+    : PlotArea(store, timeBox, settings, "Signal plot", kLiveRenderMs),
       host_(host),
       timeStrip_(settings.getFontSize() + kStripPadding),
       dumpFolder_(Glib::get_home_dir()) {
     set_size_request(kSmallest, kSmallest);
-    add_events(Gdk::SCROLL_MASK | Gdk::SMOOTH_SCROLL_MASK | Gdk::POINTER_MOTION_MASK |
-               Gdk::POINTER_MOTION_HINT_MASK | Gdk::BUTTON_PRESS_MASK | Gdk::BUTTON_RELEASE_MASK |
-               Gdk::KEY_PRESS_MASK | Gdk::KEY_RELEASE_MASK);
+    add_events(Gdk::KEY_PRESS_MASK | Gdk::KEY_RELEASE_MASK);
     set_can_focus(true);
-    get_accessible()->set_name("Signal plot");
-    get_accessible()->set_role(Atk::ROLE_CHART);
-
-    picture_.painted.connect(sigc::mem_fun(*this, &SubPlot::onPainted));
-    property_scale_factor().signal_changed().connect(sigc::mem_fun(*this, &SubPlot::render));
     connections_ = {
         timeBox_.timeChanged.connect(sigc::mem_fun(*this, &SubPlot::onTimeChanged)),
         store_.dataChanged.connect(sigc::mem_fun(*this, &SubPlot::onDataChanged)),
         store_.settingsChanged.connect([this] {
             timeStrip_ = settings_.getFontSize() + kStripPadding;
-            queue_draw();
+            render();
         }),
     };
 }
 
 SubPlot::~SubPlot() {
-    for (sigc::connection& connection : connections_)
-        connection.disconnect();
     repaintTimer_.disconnect();
-    renderTimer_.disconnect();
     clearBusy();
-}
-
-TimeSpan SubPlot::bounds() const {
-    return {store_.intervalStart, store_.intervalEnd};
 }
 
 TimeSpan SubPlot::view() const {
@@ -88,14 +69,9 @@ void SubPlot::onTimeChanged() {
 
 void SubPlot::onDataChanged() {
     if (store_.liveMode)
-        scheduleRender(kLiveRenderMs);
+        scheduleRender();
     else
         render();
-}
-
-void SubPlot::onPainted() {
-    queue_draw();
-    if (store_.liveMode) scheduleRender(kLiveRenderMs);
 }
 
 void SubPlot::scheduleRepaint(unsigned delayMs) {
@@ -107,60 +83,24 @@ void SubPlot::scheduleRepaint(unsigned delayMs) {
     repaintTimer_ = Glib::signal_timeout().connect(repaint, delayMs);
 }
 
-void SubPlot::scheduleRender(unsigned delayMs) {
-    if (renderTimer_.connected()) return;
-    const auto renderNow = [this] {
-        renderTimer_.disconnect();
-        render();
-        return false;
-    };
-    renderTimer_ = Glib::signal_timeout().connect(renderNow, delayMs);
-}
-
-bool SubPlot::on_configure_event(GdkEventConfigure* /*event*/) {
-    render();
-    return true;
-}
-
-void SubPlot::render() {
-    queue_draw();
-    split_ = settings_.getSplitView();
-    const auto selected = store_.selection();
-    PictureRequest request;
+std::optional<PictureLayout> SubPlot::layoutPicture(PictureRequest request) {
+    split_ = request.split;
     request.view = {viewStart_, viewEnd_};
-    request.bounds = bounds();
-    request.width = get_allocated_width();
-    request.height = get_allocated_height();
     request.strip = timeStrip_;
-    request.scale = get_scale_factor();
-    request.rows = selected.size();
-    request.split = split_;
-    request.lineWidth = store_.lineWidth;
-    const auto layout = get_realized() ? layoutView(request) : std::nullopt;
-    if (!layout) {
-        if (selected.empty()) stopPainting();
-        return;
-    }
-    std::vector<PaintSignal> signals;
-    for (const auto& signal : selected)
-        signals.push_back({signal, colourOf(signal->color)});
-    picture_.start(*layout, signals);
-    markBusy();
+    return layoutView(request);
 }
 
-void SubPlot::stopPainting() {
-    picture_.stop();
-    lastRows_.clear();
-    highlightSignal_.reset();
-    renderTimer_.disconnect();
-    clearBusy();
-    queue_draw();
-}
-
-void SubPlot::markBusy() {
+void SubPlot::onStarted() {
     if (busyMarked_) return;
     busyMarked_ = true;
     store_.busyUp();
+}
+
+void SubPlot::stopPainting() {
+    PlotArea::stopPainting();
+    lastRows_.clear();
+    highlightSignal_.reset();
+    clearBusy();
 }
 
 void SubPlot::clearBusy() {
@@ -172,17 +112,8 @@ void SubPlot::clearBusy() {
 // ---- drawing
 
 bool SubPlot::on_draw(const Cairo::RefPtr<Cairo::Context>& cr) {
-    const int width = get_allocated_width();
-    const int height = get_allocated_height();
-    const int scale = get_scale_factor();
-    const Colour background = colourOf(settings_.getBgColor());
-    cr->set_source_rgba(background.red, background.green, background.blue, 1.0);
-    cr->paint();
-    drawGrid(cr, width, height, kGridStep, kGridWidth, colourOf(settings_.getGridColor()));
-    const auto show = [&](const PixelCanvas& canvas, const PictureLayout& layout) {
-        showPicture(cr, canvas, layout, view(), width * scale, 0, scale);
-    };
-    if (!picture_.visit(show)) return true;
+    drawBackground(cr, kGridStep, kGridWidth);
+    if (!drawPicture(cr, view())) return true;
     drawHighlight(cr);
     drawRulers(cr);
     clearBusy();

@@ -1,31 +1,26 @@
 // The large time plot of the main window.
 #pragma once
 
-#include <gtkmm/drawingarea.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "plot/paint/PlotPicture.h"
+#include "plot/PlotArea.h"
 #include "plot/paint/RulerLayout.h"
-#include "plot/paint/ViewMath.h"
 
 namespace trelis {
 
 class PlotHost;
-class Settings;
 class Signal;
-class Store;
-class TimeBox;
 
 /// Shows Store::selectedSignals over the interval of the TimeBox, all in one row or each in its
-/// own, with two rulers. Curves are drawn by the threads of its PlotPicture; until a new picture is
-/// in, the last one is stretched to the present view. Main thread only; all references must outlive
-/// the widget.
-class SubPlot : public Gtk::DrawingArea {
+/// own, with two rulers. Until a new picture is in, the last one is stretched to the present view.
+/// Main thread only; all references must outlive the widget.
+class SubPlot : public PlotArea {
   public:
+    static constexpr int kSmallest = 400;  ///< px; requested width and height
+
     SubPlot(Store& store, TimeBox& timeBox, Settings& settings, PlotHost& host);
     ~SubPlot() override;
 
@@ -39,10 +34,7 @@ class SubPlot : public Gtk::DrawingArea {
     void copySignals();
     /// Asks for a file and has the frames between the rulers, or of the view, written to it.
     void dumpToAsc();
-    /// Cancels all painting and forgets the picture: the model is about to be dropped.
-    void stopPainting();
-    /// Whether a newer picture than the one shown is under way.
-    [[nodiscard]] bool isPainting() const { return picture_.isPainting(); }
+    void stopPainting() override;
     /// Lets the row of a signal flash for a second, in the split view.
     void highlightRow(const std::shared_ptr<Signal>& signal);
     /// Places the rulers for a linked program, without telling it. Negative means unset.
@@ -55,17 +47,14 @@ class SubPlot : public Gtk::DrawingArea {
     bool on_motion_notify_event(GdkEventMotion* event) override;
     bool on_draw(const Cairo::RefPtr<Cairo::Context>& cr) override;
     bool on_key_press_event(GdkEventKey* event) override;
-    bool on_configure_event(GdkEventConfigure* event) override;
+    std::optional<PictureLayout> layoutPicture(PictureRequest request) override;
+    void onStarted() override;
 
   private:
     void onTimeChanged();
     void onDataChanged();
-    void onPainted();
-    void render();
-    /// Arrange one later repaint or rendering, unless one waits already.
+    /// Arranges one later repaint, unless one waits already.
     void scheduleRepaint(unsigned delayMs);
-    void scheduleRender(unsigned delayMs);
-    void markBusy();
     void clearBusy();
 
     void drawHighlight(const Cairo::RefPtr<Cairo::Context>& cr);
@@ -88,20 +77,15 @@ class SubPlot : public Gtk::DrawingArea {
     [[nodiscard]] std::shared_ptr<Signal> signalAtRow(double y) const;
     /// The visible interval; all data while none is set.
     [[nodiscard]] TimeSpan view() const;
-    [[nodiscard]] TimeSpan bounds() const;
     [[nodiscard]] int rowHeight(std::size_t rows) const;
     [[nodiscard]] bool hasBothRulers() const;
     [[nodiscard]] std::string chooseDumpFile();
 
-    Store& store_;
-    TimeBox& timeBox_;
-    Settings& settings_;
     PlotHost& host_;
 
     bool split_ = false;  ///< each signal has a row of its own, at the last rendering
     int timeStrip_;       ///< px kept free at the bottom for time labels
     sigc::connection repaintTimer_;
-    sigc::connection renderTimer_;
     bool busyMarked_ = false;  ///< the Store was told that this plot paints
     std::uint64_t viewStart_ = 0;
     std::uint64_t viewEnd_ = 0;
@@ -118,9 +102,6 @@ class SubPlot : public Gtk::DrawingArea {
     bool holdS_ = false;
     std::string dumpFolder_;  ///< folder of the last dump
     std::vector<RulerRow> lastRows_;
-    std::vector<sigc::connection> connections_;
-
-    PlotPicture picture_;  ///< last: its threads end before anything else goes
 };
 
 }  // namespace trelis

@@ -22,6 +22,9 @@ constexpr unsigned kMessagesMs = 250;
 constexpr unsigned kStillTicks = 3;  // seconds without news until a stream counts as silent
 constexpr int kDefaultWidth = 1180;
 constexpr int kDefaultHeight = 740;
+constexpr int kTitleBar = 30;     // px; what a window manager may take of the height
+constexpr int kAroundPlots = 64;  // px; title and menu bar
+constexpr int kLeastPlots = 240;  // px; both plots on the smallest of screens
 
 std::uint32_t statisticsEnd(const Store& store) {
     return std::max(kStatisticsOffset, store.highestInterface + 1);
@@ -43,9 +46,9 @@ Window::Window(Store& store, Settings& settings)
       statisticsList_(store, settings, kStatisticsOffset, statisticsEnd(store)),
       dropdowns_([this](DropdownRow row) { runDropdown(row); }) {
     set_title(store_.title);
-    set_default_size(kDefaultWidth, kDefaultHeight);
     buildMenuBar();
     layOut();
+    fitToScreen();
     loadCss();
     connectSources();
     spinner_.set_no_show_all(true);
@@ -110,6 +113,31 @@ void Window::layOut() {
     add(hBox_);
 }
 
+// Of the monitor that shows the window, or will.
+Gdk::Rectangle Window::workArea() {
+    const auto display = get_display();
+    const auto surface = get_window();
+    auto monitor =
+        surface ? display->get_monitor_at_window(surface) : display->get_primary_monitor();
+    if (!monitor) monitor = display->get_monitor(0);
+    Gdk::Rectangle area(0, 0, kDefaultWidth, kDefaultHeight);
+    if (monitor) monitor->get_workarea(area);
+    return area;
+}
+
+// The plots ask for 400 and 200 pixels. A screen that is too low for both, such as a scaled one,
+// would lose the search and the bar below its edge: there they share what it has.
+void Window::fitToScreen() {
+    const Gdk::Rectangle area = workArea();
+    const int height = std::max(area.get_height() - kAroundPlots, kLeastPlots);
+    const int overview = std::min(FullPlot::kHeight, height / 3);
+    subPlot_.set_size_request(SubPlot::kSmallest, std::min(SubPlot::kSmallest, height - overview));
+    fullPlot_.set_size_request(-1, overview);
+    if (!get_realized())
+        set_default_size(std::min(kDefaultWidth, area.get_width()),
+                         std::min(kDefaultHeight, height + kAroundPlots - kTitleBar));
+}
+
 void Window::loadCss() {
     try {
         const auto provider = Gtk::CssProvider::create();
@@ -142,6 +170,9 @@ void Window::connectSources() {
         (page == 0 ? dataList_ : statisticsList_).applyFilter(searchEntry_.get_text());
     });
 
+    get_screen()->signal_monitors_changed().connect(sigc::mem_fun(*this, &Window::fitToScreen));
+    get_screen()->signal_size_changed().connect(sigc::mem_fun(*this, &Window::fitToScreen));
+    property_scale_factor().signal_changed().connect(sigc::mem_fun(*this, &Window::fitToScreen));
     for (LogList* list : {&dataList_, &statisticsList_}) {
         list->interfaceMenuWanted.connect(sigc::mem_fun(*this, &Window::popupInterfaceMenu));
         list->messageMenuWanted.connect(sigc::mem_fun(*this, &Window::popupMessageMenu));
@@ -198,7 +229,10 @@ void Window::updateSignals() {
 void Window::reloadCommand() {
     if (store_.waitingForWork()) return;
     if (store_.liveMode && spinning_) {
-        if (commands_.reconnectLive) commands_.reconnectLive();
+        if (store_.dongleMode)
+            startCan(store_.dongleChannel);
+        else if (commands_.reconnectLive)
+            commands_.reconnectLive();
     } else {
         reload(true);
     }
@@ -302,7 +336,7 @@ bool Window::handleControlKey(unsigned key) {
             if (commands_.openLiveDialog) commands_.openLiveDialog();
             return true;
         case GDK_KEY_o:
-            selectLogFiles();
+            selectFiles(Input::kRecordings);
             return true;
         case GDK_KEY_r:
             reloadCommand();

@@ -6,6 +6,7 @@
 #include <gtkmm/filechooserdialog.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/menubar.h>
+#include <gtkmm/messagedialog.h>
 #include <gtkmm/notebook.h>
 #include <gtkmm/progressbar.h>
 #include <gtkmm/scrolledwindow.h>
@@ -54,11 +55,13 @@ class Window : public Gtk::Window, public PlotHost {
     void setTitleText(const std::string& text);
     /// Reads every check box of the lists from the signals again.
     void refreshLists();
-    /// Opens recordings, directories, definition files and stored connections as the commands of
-    /// the File menu do. Paths are local.
+    /// Opens recordings, tables, traces, directories, definition files and stored connections as
+    /// the commands of the File menu do. Paths are local.
     void openPaths(const std::vector<std::string>& paths);
     /// Adds the recordings below a directory to the Store.
     void addLogDirectory(const std::string& folder);
+    /// Shows the frames of a CAN interface of this machine as they come, see Store::dongleChannel.
+    void startCan(std::int32_t channel);
 
     void popupPlotMenu(const std::shared_ptr<Signal>& signal) override;
     void popupSignalMenu(const std::shared_ptr<Signal>& signal);
@@ -90,9 +93,13 @@ class Window : public Gtk::Window, public PlotHost {
     friend class WindowProbe;  // the tests' way in
 
     struct MenuEntry;
+    /// What the data comes from, besides a connection to a logger.
+    enum class Input { kRecordings, kTables, kTraces, kCan };
 
     // Window.cpp
     void layOut();
+    void fitToScreen();
+    [[nodiscard]] Gdk::Rectangle workArea();
     void connectSources();
     void loadCss();
     bool handleFunctionKey(unsigned key);
@@ -136,12 +143,23 @@ class Window : public Gtk::Window, public PlotHost {
     bool showPendingMessages();
     void showMessage(int level, const std::string& text);
     void showHelp();
+    void scrollMessage(Gtk::MessageDialog& dialog);
     void changeTitle();
+    // WindowInputs.cpp
+    void selectFiles(Input input);
+    void openFiles(Input input, const std::vector<std::string>& files);
+    void selectLogDirectories();
+    void openCanInterface();
+    void switchInput(Input input);
+    void stopStream();
+    void finishLogSelection(const std::string& folder);
+    [[nodiscard]] static Input inputOf(const std::string& path);
     // WindowFiles.cpp
     int runFileDialog(Gtk::FileChooserDialog& dialog, const Glib::ustring& filterName,
-                      const std::string& filterPattern, const std::string& startFolder);
-    void selectLogFiles();
-    void selectLogDirectories();
+                      const std::vector<std::string>& filterPatterns,
+                      const std::string& startFolder);
+    /// Asks the user if the file is there already.
+    bool mayReplace(const std::string& file);
     void selectDbcFile();
     void selectVsdFile();
     void newVsdFile();
@@ -150,9 +168,10 @@ class Window : public Gtk::Window, public PlotHost {
     void storeListFile();
     void exportGps();
     void useDefinitions(const std::string& vsdFile, const std::string& dbcFile);
-    void finishLogSelection(const std::string& folder);
     [[nodiscard]] std::string definitionFolder(bool vsdFirst) const;
+    void prepareInput(bool stopLive);
     void loadDefinitions();
+    void loadTable();
 
     Store& store_;
     Settings& settings_;

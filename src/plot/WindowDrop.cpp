@@ -1,21 +1,21 @@
 // Window: files dropped on it.
 #include <glibmm/convert.h>
-#include <glibmm/fileutils.h>
-#include <glibmm/miscutils.h>
+#include <glibmm/main.h>
 #include <gtkmm/selectiondata.h>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
-#include "input/LogFiles.h"
 #include "plot/ListFilter.h"
 #include "plot/Window.h"
 
 namespace trelis {
 
-void Window::on_drag_data_received(const Glib::RefPtr<Gdk::DragContext>& context, int /*x*/,
+// The toolkit ends the drag itself. The files are opened behind it: a dialog that comes up would
+// let the program wait that they were dragged from.
+void Window::on_drag_data_received(const Glib::RefPtr<Gdk::DragContext>& /*context*/, int /*x*/,
                                    int /*y*/, const Gtk::SelectionData& data, guint /*info*/,
-                                   guint time) {
+                                   guint /*time*/) {
     std::vector<std::string> paths;
     for (const auto& uri : data.get_uris()) {
         try {
@@ -24,8 +24,8 @@ void Window::on_drag_data_received(const Glib::RefPtr<Gdk::DragContext>& context
             report(Level::kInfo, format("Only local files can be opened: %s", uri.c_str()));
         }
     }
-    context->drag_finish(!paths.empty(), false, time);
-    if (!paths.empty()) openPaths(paths);
+    if (paths.empty()) return;
+    Glib::signal_idle().connect_once(sigc::track_obj([this, paths] { openPaths(paths); }, *this));
 }
 
 void Window::openPaths(const std::vector<std::string>& paths) {
@@ -57,14 +57,14 @@ void Window::openPaths(const std::vector<std::string>& paths) {
         reload(true);
         return;
     }
-    clearLogFiles(store_);
-    for (const std::string& path : logs) {
-        if (Glib::file_test(path, Glib::FILE_TEST_IS_DIR))
-            addLogDirectory(path);
-        else
-            addLogFile(store_, path);
-    }
-    finishLogSelection(Glib::path_get_dirname(logs.front()));
+    // One kind of data is shown at a time: that of the first file.
+    const Input input = inputOf(logs.front());
+    std::erase_if(logs, [&](const std::string& path) {
+        if (inputOf(path) == input) return false;
+        report(Level::kInfo, format("%s is of another kind, skipping", path.c_str()));
+        return true;
+    });
+    openFiles(input, logs);
 }
 
 }  // namespace trelis

@@ -16,7 +16,6 @@
 #include "config/settings/Settings.h"
 #include "input/CsvImport.h"
 #include "input/DbcReader.h"
-#include "input/LogFiles.h"
 #include "input/SignalList.h"
 #include "input/VsdFile.h"
 #include "model/builtin/BuiltinMessages.h"
@@ -27,23 +26,9 @@
 namespace trelis {
 namespace {
 
-constexpr int kCancel = -6;
-constexpr int kSelect = -5;
 constexpr int kRefused = 1;
-constexpr std::string_view kLogExtension = ".lz4";
 constexpr const char* kListExtension = ".tvlist";
 constexpr const char* kVsdExtension = ".vsd";
-
-// The folders of the last choice outlive the dialogs; the first ones come from the settings.
-std::string& logFolder(const Settings& settings) {
-    static std::string folder = settings.getLogPath();
-    return folder;
-}
-
-std::string& listFolder(const Settings& settings) {
-    static std::string folder = settings.getListPath();
-    return folder;
-}
 
 std::string withExtension(const std::string& path, const std::string& extension) {
     return path.ends_with(extension) ? path : path + extension;
@@ -52,72 +37,34 @@ std::string withExtension(const std::string& path, const std::string& extension)
 }  // namespace
 
 int Window::runFileDialog(Gtk::FileChooserDialog& dialog, const Glib::ustring& filterName,
-                          const std::string& filterPattern, const std::string& startFolder) {
+                          const std::vector<std::string>& filterPatterns,
+                          const std::string& startFolder) {
     if (store_.waitingForWork()) return kRefused;
-    const auto addFilter = [&](const Glib::ustring& name, const std::string& pattern) {
+    const auto addFilter = [&](const Glib::ustring& name,
+                               const std::vector<std::string>& patterns) {
         const auto filter = Gtk::FileFilter::create();
         filter->set_name(name);
-        filter->add_pattern(pattern);
+        for (const std::string& pattern : patterns)
+            filter->add_pattern(pattern);
         dialog.add_filter(filter);
     };
-    addFilter(filterName, filterPattern);
-    addFilter("all files", "*");
-    dialog.add_button("_Cancel", kCancel);
-    dialog.add_button("Select", kSelect);
-    dialog.set_default_response(kSelect);
+    addFilter(filterName, filterPatterns);
+    addFilter("all files", {"*"});
+    dialog.add_button("_Cancel", Gtk::RESPONSE_CANCEL);
+    dialog.add_button("Select", Gtk::RESPONSE_OK);
+    dialog.set_default_response(Gtk::RESPONSE_OK);
     if (!startFolder.empty()) dialog.set_current_folder(startFolder);
     dialog.set_transient_for(*this);
     return dialog.run();
 }
 
-// ---- recordings
-
-void Window::selectLogFiles() {
-    Gtk::FileChooserDialog dialog("Select log files", Gtk::FILE_CHOOSER_ACTION_OPEN);
-    dialog.set_select_multiple(true);
-    if (runFileDialog(dialog, "Log files", "*.lz4", logFolder(settings_)) != kSelect) return;
-    const auto files = dialog.get_filenames();
-    if (files.empty()) return;
-    clearLogFiles(store_);
-    for (const auto& file : files)
-        addLogFile(store_, file);
-    dialog.hide();
-    finishLogSelection(Glib::path_get_dirname(files.front()));
-}
-
-void Window::selectLogDirectories() {
-    Gtk::FileChooserDialog dialog("Select log directories", Gtk::FILE_CHOOSER_ACTION_SELECT_FOLDER);
-    dialog.set_select_multiple(true);
-    if (runFileDialog(dialog, "Log directories", "*", logFolder(settings_)) != kSelect) return;
-    const auto folders = dialog.get_filenames();
-    if (folders.empty()) return;
-    clearLogFiles(store_);
-    for (const auto& folder : folders)
-        addLogDirectory(folder);
-    dialog.hide();
-    finishLogSelection(Glib::path_get_dirname(folders.front()));
-}
-
-void Window::addLogDirectory(const std::string& folder) {
-    namespace fs = std::filesystem;
-    try {
-        const auto options = fs::directory_options::skip_permission_denied;
-        for (const auto& entry : fs::recursive_directory_iterator(folder, options)) {
-            std::error_code unreadable;
-            if (entry.path().extension() == kLogExtension && entry.is_regular_file(unreadable))
-                addLogFile(store_, entry.path().string());
-        }
-    } catch (const fs::filesystem_error&) {
-        report(Level::kWarning, format("Failed to open log directory: %s", folder.c_str()));
-    }
-}
-
-void Window::finishLogSelection(const std::string& folder) {
-    logFolder(settings_) = folder;
-    settings_.setLogPath(folder);
-    settings_.save();
-    reload(true);
-    if (!store_.hasLogFiles()) report(Level::kInfo, "No log files found");
+bool Window::mayReplace(const std::string& file) {
+    if (!std::filesystem::exists(file)) return true;
+    const auto question = "\"" + Glib::filename_display_basename(file) +
+                          "\" already exists, do you want to overwrite it?";
+    Gtk::MessageDialog ask(*this, question, false, Gtk::MESSAGE_QUESTION, Gtk::BUTTONS_YES_NO,
+                           true);
+    return ask.run() == Gtk::RESPONSE_YES;
 }
 
 // ---- definitions
@@ -139,7 +86,8 @@ void Window::useDefinitions(const std::string& vsdFile, const std::string& dbcFi
 
 void Window::selectDbcFile() {
     Gtk::FileChooserDialog dialog("Select DBC file", Gtk::FILE_CHOOSER_ACTION_OPEN);
-    if (runFileDialog(dialog, "DBC files", "*.dbc", definitionFolder(false)) != kSelect) return;
+    if (runFileDialog(dialog, "DBC files", {"*.dbc"}, definitionFolder(false)) != Gtk::RESPONSE_OK)
+        return;
     const std::string file = dialog.get_filename();
     dialog.hide();
     if (!file.empty()) useDefinitions(kNoFile, file);
@@ -147,7 +95,8 @@ void Window::selectDbcFile() {
 
 void Window::selectVsdFile() {
     Gtk::FileChooserDialog dialog("Select VSD file", Gtk::FILE_CHOOSER_ACTION_OPEN);
-    if (runFileDialog(dialog, "VSD files", "*.vsd", definitionFolder(true)) != kSelect) return;
+    if (runFileDialog(dialog, "VSD files", {"*.vsd"}, definitionFolder(true)) != Gtk::RESPONSE_OK)
+        return;
     const std::string file = dialog.get_filename();
     dialog.hide();
     if (!file.empty()) useDefinitions(file, kNoFile);
@@ -155,19 +104,14 @@ void Window::selectVsdFile() {
 
 void Window::newVsdFile() {
     Gtk::FileChooserDialog dialog("Create new VSD file", Gtk::FILE_CHOOSER_ACTION_SAVE);
-    if (runFileDialog(dialog, "New VSD file", "*.vsd", definitionFolder(true)) != kSelect) return;
+    if (runFileDialog(dialog, "New VSD file", {"*.vsd"}, definitionFolder(true)) !=
+        Gtk::RESPONSE_OK)
+        return;
     const std::string chosen = dialog.get_filename();
     dialog.hide();
     if (chosen.empty()) return;
     const std::string file = withExtension(chosen, kVsdExtension);
-    if (std::filesystem::exists(file)) {
-        const auto question = "\"" + Glib::filename_display_basename(file) +
-                              "\" already exists, do you want to overwrite it?";
-        Gtk::MessageDialog ask(*this, question, false, Gtk::MESSAGE_QUESTION, Gtk::BUTTONS_YES_NO,
-                               true);
-        if (ask.run() != Gtk::RESPONSE_YES) return;
-    }
-    if (!writeExampleVsd(file)) return;
+    if (!mayReplace(file) || !writeExampleVsd(file)) return;
     openInEditor(file);
     useDefinitions(file, kNoFile);
 }
@@ -191,8 +135,18 @@ void Window::openInEditor(const std::string& path) {
     }
 }
 
+// A table that is none is told, and then the window goes on without it.
+void Window::loadTable() {
+    try {
+        prepareCsvImport(store_);
+    } catch (const PrintMsgError&) {
+        switchInput(Input::kRecordings);
+        store_.clearAll();
+    }
+}
+
 void Window::loadDefinitions() {
-    if (store_.csvMode) prepareCsvImport(store_);
+    if (store_.csvMode) loadTable();
     if (!store_.csvMode && !store_.ascMode && !store_.dongleMode) addLoggerInterface(store_);
     if (const std::string vsd = settings_.getVsdFile(); vsd != kNoFile) {
         loadVsdFile(store_, vsd);
@@ -202,8 +156,15 @@ void Window::loadDefinitions() {
     }
 }
 
+void Window::prepareInput(bool stopLive) {
+    if (stopLive) stopStream();
+    // A connection to a logger takes the place of whatever was shown.
+    if (store_.networkInput && (store_.csvMode || store_.ascMode || store_.dongleMode))
+        switchInput(Input::kRecordings);
+}
+
 void Window::reload(bool stopLive) {
-    if (stopLive && store_.liveMode) store_.stopNetwork();
+    prepareInput(stopLive);
     reloading_ = true;
     gpsTrack_.reset();
     dropdownSignal_.reset();
@@ -238,28 +199,28 @@ void Window::reload(bool stopLive) {
 
 void Window::restoreListFile() {
     Gtk::FileChooserDialog dialog("Select signal list file", Gtk::FILE_CHOOSER_ACTION_OPEN);
-    if (runFileDialog(dialog, "Signal list files", "*.tvlist", listFolder(settings_)) != kSelect)
+    if (runFileDialog(dialog, "Signal list files", {"*.tvlist"}, settings_.getListPath()) !=
+        Gtk::RESPONSE_OK)
         return;
     const std::string file = dialog.get_filename();
     dialog.hide();
     if (file.empty() || !restoreSignalListFile(store_, file)) return;
-    listFolder(settings_) = Glib::path_get_dirname(file);
-    settings_.setListPath(listFolder(settings_));
+    settings_.setListPath(Glib::path_get_dirname(file));
     refreshLists();
     store_.requestRedraw();
 }
 
 void Window::storeListFile() {
     Gtk::FileChooserDialog dialog("Store signal list to file", Gtk::FILE_CHOOSER_ACTION_SAVE);
-    if (runFileDialog(dialog, "Signal list files", "*.tvlist", listFolder(settings_)) != kSelect)
+    if (runFileDialog(dialog, "Signal list files", {"*.tvlist"}, settings_.getListPath()) !=
+        Gtk::RESPONSE_OK)
         return;
     const std::string chosen = dialog.get_filename();
     dialog.hide();
     if (chosen.empty()) return;
     const std::string file = withExtension(chosen, kListExtension);
-    if (!storeSignalListFile(store_, settings_, file)) return;
-    listFolder(settings_) = Glib::path_get_dirname(file);
-    settings_.setListPath(listFolder(settings_));
+    if (!mayReplace(file) || !storeSignalListFile(store_, settings_, file)) return;
+    settings_.setListPath(Glib::path_get_dirname(file));
 }
 
 // ---- track
@@ -273,10 +234,11 @@ void Window::exportGps() {
     Gtk::FileChooserDialog dialog("Select file to write GPX data to",
                                   Gtk::FILE_CHOOSER_ACTION_SAVE);
     dialog.set_current_name("track.gpx");
-    if (runFileDialog(dialog, "GPX-files", "*.gpx", logFolder(settings_)) != kSelect) return;
+    if (runFileDialog(dialog, "GPX-files", {"*.gpx"}, settings_.getLogPath()) != Gtk::RESPONSE_OK)
+        return;
     const std::string chosen = dialog.get_filename();
     dialog.hide();
-    if (chosen.empty()) return;
+    if (chosen.empty() || !mayReplace(chosen)) return;
     const std::int64_t left = store_.leftRuler;
     const std::int64_t right = store_.rightRuler;
     std::uint64_t from = timeBox_.start;

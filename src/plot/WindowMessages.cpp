@@ -4,6 +4,8 @@
 #include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 
+#include <algorithm>
+
 #include "app/diagnostics/MessageLog.h"
 #include "app/store/Store.h"
 #include "plot/Window.h"
@@ -13,7 +15,8 @@ namespace trelis {
 namespace {
 
 constexpr int kUpdateResponse = -5;
-constexpr int kDialogMargin = 10;  // px
+constexpr int kDialogMargin = 10;    // px
+constexpr int kAroundMessage = 120;  // px; title, borders and buttons of a message
 
 struct Severity {
     const char* title;
@@ -59,19 +62,43 @@ void Window::showMessage(int level, const std::string& text) {
     dialog.run();
 }
 
+// A screen that is too low for the text shows as much of it as fits, and the buttons below.
+void Window::scrollMessage(Gtk::MessageDialog& dialog) {
+    Gtk::Box* const text = dialog.get_message_area();
+    auto* const parent = dynamic_cast<Gtk::Box*>(text->get_parent());
+    if (parent == nullptr) return;
+    auto* const scrolled = Gtk::make_managed<Gtk::ScrolledWindow>();
+    scrolled->set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
+    scrolled->set_overlay_scrolling(false);  // the bar tells that there is more
+    scrolled->set_propagate_natural_width(true);
+    scrolled->set_propagate_natural_height(true);
+    scrolled->set_max_content_height(std::max(workArea().get_height() - kAroundMessage, 100));
+    text->reference();
+    parent->remove(*text);
+    scrolled->add(*text);
+    text->unreference();
+    parent->pack_start(*scrolled);
+    scrolled->show_all();
+}
+
 void Window::showHelp() {
     Gtk::MessageDialog dialog(*this, "Commands and controls", false, Gtk::MESSAGE_OTHER,
                               Gtk::BUTTONS_OK, true);
     dialog.set_secondary_text(helpMarkup(isDarkTheme(*this)), true);
-    // The link names the installed guide; the window finds the one of a build tree too.
-    for (Gtk::Widget* child : dialog.get_message_area()->get_children())
-        if (auto* label = dynamic_cast<Gtk::Label*>(child); label != nullptr)
-            label->signal_activate_link().connect(
-                [this](const Glib::ustring&) {
-                    openGuide();
-                    return true;
-                },
-                false);
+    for (Gtk::Widget* child : dialog.get_message_area()->get_children()) {
+        auto* label = dynamic_cast<Gtk::Label*>(child);
+        if (label == nullptr) continue;
+        label->set_line_wrap(false);
+        // The link names the installed guide; the window finds the one of a build tree too.
+        label->signal_activate_link().connect(
+            [this](const Glib::ustring&) {
+                openGuide();
+                return true;
+            },
+            false);
+    }
+    scrollMessage(dialog);
+    dialog.get_widget_for_response(Gtk::RESPONSE_OK)->grab_focus();
     dialog.run();
 }
 

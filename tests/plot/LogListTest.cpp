@@ -226,6 +226,10 @@ TEST_F(LogListTest, FiltersByLevelAndOpensTheMatches) {
     list_->row_activated(pathOf("Speed"), *list_->get_column(0));
     EXPECT_TRUE(speed_->selected);
     EXPECT_EQ(shownRows(), (Rows{"Can x", ".abs x", "..Speed x"}));
+    // What is checked where the filter hides it counts for the interface.
+    list_->applyFilter("torque");
+    list_->refreshChecks();
+    EXPECT_EQ(shownRows(), (Rows{"Can x", ".Engine", "..Torque"}));
 }
 
 TEST_F(LogListTest, FindsSignalsAndFirstMatches) {
@@ -268,13 +272,15 @@ TEST_F(LogListTest, MouseAndKeysReachTheRows) {
     std::vector<std::string> wanted;
     list_->signalMenuWanted.connect(
         [&](const std::shared_ptr<Signal>& signal) { wanted.push_back(signal->name); });
-    list_->messageMenuWanted.connect(
-        [&](const std::shared_ptr<Signal>& signal) { wanted.push_back("of " + signal->name); });
+    list_->messageMenuWanted.connect([&](const std::shared_ptr<Signal>& signal) {
+        wanted.push_back(signal ? "of " + signal->name : "of nothing");
+    });
     list_->interfaceMenuWanted.connect(
         [&](bool isVirtual) { wanted.emplace_back(isVirtual ? "virtual" : "bus"); });
     list_->highlightWanted.connect(
         [&](const std::shared_ptr<Signal>& signal) { wanted.push_back("flash " + signal->name); });
 
+    pressRow("Zero", 3, 0);
     pressRow("Speed", 3, 0);
     pressRow("abs", 3, 0);
     pressRow("Virt", 3, 0);
@@ -282,7 +288,7 @@ TEST_F(LogListTest, MouseAndKeysReachTheRows) {
     list_->set_cursor(pathOf("Torque"));
     list_->grab_focus();
     test::pressKey(*list_, GDK_KEY_Menu);
-    EXPECT_EQ(wanted, (Rows{"Speed", "of frontWheel", "virtual", "bus", "Torque"}));
+    EXPECT_EQ(wanted, (Rows{"of nothing", "Speed", "of frontWheel", "virtual", "bus", "Torque"}));
     wanted.clear();
 
     pressRow("Speed", 1, 1);

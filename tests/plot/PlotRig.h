@@ -4,8 +4,6 @@
 #include <gtkmm/box.h>
 #include <gtkmm/window.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,22 +43,6 @@ class RecordingHost : public PlotHost {
     void note(const std::string& what, const std::shared_ptr<Signal>& signal) {
         calls.push_back(what + " " + signal->name);
     }
-};
-
-/// A folder that is removed with its content.
-class PlotFolder {
-  public:
-    PlotFolder() {
-        std::string name = std::filesystem::temp_directory_path() / "sigmira_plot_XXXXXX";
-        path_ = mkdtemp(name.data());
-    }
-    PlotFolder(const PlotFolder&) = delete;
-    PlotFolder& operator=(const PlotFolder&) = delete;
-    ~PlotFolder() { std::filesystem::remove_all(path_); }
-    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ / name; }
-
-  private:
-    std::filesystem::path path_;
 };
 
 class PlotRig : public testing::Test {
@@ -124,7 +106,7 @@ class PlotRig : public testing::Test {
         return {timeBox_.start - kStart, timeBox_.end - kStart};
     }
 
-    PlotFolder folder_;
+    ScratchFolder folder_;
     Settings settings_;
     Store store_;
     TimeBox timeBox_;

@@ -2,13 +2,13 @@
 
 #include <gdk/gdkkeysyms.h>
 #include <glibmm/main.h>
-#include <gtkmm/filechooserdialog.h>
 #include <pangomm/layout.h>
 
 #include <cmath>
 
 #include "app/diagnostics/MessageLog.h"
 #include "plot/PlotRig.h"
+#include "plot/WindowRig.h"
 
 namespace trelis::test {
 namespace {
@@ -331,40 +331,20 @@ TEST_F(SubPlotTest, DumpsTheChosenInterval) {
     EXPECT_EQ(dump(), "CAN dump is only possible when viewing data from log files");
     store_.liveMode = false;
     store_.logFiles.push_back(folder_ / "recording.bin");
-    const auto cancel = Glib::signal_timeout().connect(
-        [] {
-            for (Gtk::Window* window : Gtk::Window::list_toplevels()) {
-                auto* chooser = dynamic_cast<Gtk::FileChooserDialog*>(window);
-                if (chooser == nullptr || !chooser->get_mapped()) continue;
-                EXPECT_EQ(chooser->get_title().raw(), "Select file to write ASC data to");
-                chooser->response(Gtk::RESPONSE_CANCEL);
-                return false;
-            }
-            return true;
-        },
-        20);
+    DialogAnswers answers;
+    answers.expectFile(folder_ / "out.asc", Gtk::RESPONSE_CANCEL);
     EXPECT_EQ(dump(), "");
     EXPECT_FALSE(store_.dumpToFile);
     plot_.takeRulers(static_cast<std::int64_t>(kStart + 900),
                      static_cast<std::int64_t>(kStart + 40));
-    const auto answer = Glib::signal_timeout().connect(
-        [this, named = false]() mutable {
-            for (Gtk::Window* window : Gtk::Window::list_toplevels()) {
-                auto* chooser = dynamic_cast<Gtk::FileChooserDialog*>(window);
-                if (chooser == nullptr || !chooser->get_mapped()) continue;
-                if (!std::exchange(named, true)) {
-                    EXPECT_EQ(chooser->get_current_name().raw(), "trace.asc");
-                    chooser->set_current_folder(std::filesystem::path(folder_ / "x").parent_path());
-                    chooser->set_current_name("out.asc");
-                } else if (chooser->get_filename() == folder_ / "out.asc") {
-                    chooser->response(Gtk::RESPONSE_OK);  // taken once the file was looked for
-                    return false;
-                }
-            }
-            return true;
-        },
-        20);
+    answers.expect(Gtk::RESPONSE_CANCEL, [](Gtk::Dialog& dialog) {
+        EXPECT_EQ(dynamic_cast<Gtk::FileChooserDialog&>(dialog).get_current_name(), "trace.asc");
+        return true;
+    });
     EXPECT_EQ(dump(), "");
+    answers.expectFile(folder_ / "out.asc");
+    EXPECT_EQ(dump(), "");
+    EXPECT_EQ(answers.takeTexts(), Texts(3, "Select file to write ASC data to"));
     EXPECT_TRUE(store_.dumpToFile);
     EXPECT_EQ(store_.dumpPath, folder_ / "out.asc");
     EXPECT_EQ(store_.dumpFrom, kStart + 40);

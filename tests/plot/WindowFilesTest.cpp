@@ -1,6 +1,5 @@
-// Loading from the window: dialogs, dropped files, reloads.
+// Definitions, reloads, signal lists and dumps, from the window.
 #include <gdk/gdkkeysyms.h>
-#include <glibmm/main.h>
 
 #include <fstream>
 #include <sstream>
@@ -57,32 +56,6 @@ TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     EXPECT_EQ(answers.takeTexts(), Texts{});
 }
 
-TEST_F(WindowTest, RecordingsAreChosenAsFilesOrDirectories) {
-    test::present(*window_);
-    fs::create_directories(folder_ / "logs/deep");
-    fs::create_directories(folder_ / "empty");
-    fs::copy_file(test::sampleFile("drive_0001.bin"), folder_ / "logs/a.lz4");
-    fs::copy_file(test::sampleFile("drive_0002.bin"), folder_ / "logs/deep/b.lz4");
-    fs::copy_file(test::sampleFile("drive_0002.bin"), folder_ / "logs/deep/c.bin");
-    DialogAnswers answers;
-    answers.expectFile(folder_ / "logs/a.lz4");
-    test::pressKey(*window_, GDK_KEY_o, GDK_CONTROL_MASK);
-    EXPECT_EQ(store_.logFiles.size(), 1U);
-    EXPECT_EQ(settings_.getLogPath(), folder_ / "logs");
-    answers.expectFile(folder_ / "logs");
-    test::pressKey(*window_, GDK_KEY_d, GDK_CONTROL_MASK);
-    EXPECT_EQ(store_.logFiles.size(), 2U);  // of that extension, at any depth
-    static_cast<void>(takeMessages());
-    answers.expectFile(folder_ / "empty");
-    probe_->choose("File", "Open log directory");
-    EXPECT_EQ(takeMessages(), (Texts{"No log files found"}));
-    EXPECT_FALSE(store_.hasLogFiles());
-    window_->addLogDirectory(folder_ / "missing");
-    EXPECT_EQ(takeMessages(), (Texts{"Failed to open log directory: " + (folder_ / "missing")}));
-    EXPECT_EQ(answers.takeTexts(),
-              (Texts{"Select log files", "Select log directories", "Select log directories"}));
-}
-
 TEST_F(WindowTest, NewDefinitionFilesAskBeforeTheyReplace) {
     test::present(*window_);
     const std::string file = folder_ / "mine.vsd";
@@ -134,12 +107,20 @@ TEST_F(WindowTest, SelectionsGoToFilesAndBack) {
     DialogAnswers answers;
     answers.expectFile(folder_ / "engine");
     probe_->choose("Signal list", "Store signals to file");
-    EXPECT_TRUE(fs::exists(folder_ / "engine.tvlist"));
+    const std::string stored = contentOf(folder_ / "engine.tvlist");
+    EXPECT_NE(stored.find(kSpeed), std::string::npos);
     store_.clearSelection();
+    answers.expectFile(folder_ / "engine.tvlist");
+    answers.expect(Gtk::RESPONSE_NO);
+    probe_->choose("Signal list", "Store signals to file");
+    EXPECT_EQ(contentOf(folder_ / "engine.tvlist"), stored);
     answers.expectFile(folder_ / "engine.tvlist");
     probe_->choose("Signal list", "Restore signals from file");
     EXPECT_TRUE(signal(kSpeed)->selected);
-    EXPECT_EQ(answers.takeTexts(), (Texts{"Store signal list to file", "Select signal list file"}));
+    EXPECT_EQ(answers.takeTexts(),
+              (Texts{"Store signal list to file", "Store signal list to file",
+                     "|\"engine.tvlist\" already exists, do you want to overwrite it?|",
+                     "Select signal list file"}));
 }
 
 TEST_F(WindowTest, ReloadDropsTheModelAndBringsTheSelectionBack) {
@@ -168,51 +149,6 @@ TEST_F(WindowTest, ReloadDropsTheModelAndBringsTheSelectionBack) {
     EXPECT_TRUE(probe_->dataList().get_model()->children().size() <= 1);
 }
 
-TEST_F(WindowTest, LiveReloadsReconnect) {
-    int reconnected = 0;
-    WindowCommands commands;
-    commands.reconnectLive = [&] { ++reconnected; };
-    window_->setCommands(std::move(commands));
-    store_.liveMode = true;
-    store_.framesRead = 1;
-    probe_->tick();
-    store_.framesRead = 2;
-    probe_->tick();
-    window_->reloadCommand();
-    EXPECT_EQ(reconnected, 1);
-    EXPECT_TRUE(store_.liveMode);
-    for (int i = 0; i < 3; ++i)
-        probe_->tick();
-    window_->reloadCommand();  // nothing comes any more: the connection is given up
-    EXPECT_EQ(reconnected, 1);
-    EXPECT_FALSE(store_.liveMode);
-}
-
-TEST_F(WindowTest, DroppedFilesDoWhatTheMenuDoes) {
-    std::string connection;
-    WindowCommands commands;
-    commands.openStoredConnection = [&](const std::string& path) { connection = path; };
-    window_->setCommands(std::move(commands));
-    window_->openPaths({test::sampleFile("drive_powertrain.dbc")});
-    EXPECT_NO_THROW(signal("Can.EngineData.EngineSpeed"));
-    window_->openPaths({test::sampleFile("drive_0001.bin"), test::sampleFile("drive.vsd"),
-                        test::sampleFile("drive_0002.bin")});
-    EXPECT_EQ(store_.logFiles.size(), 2U);
-    EXPECT_NO_THROW(signal(kSpeed));
-    fs::create_directories(folder_ / "logs");
-    fs::copy_file(test::sampleFile("drive_0001.bin"), folder_ / "logs/a.lz4");
-    window_->openPaths({folder_ / "logs"});
-    EXPECT_EQ(store_.logFiles, (Texts{folder_ / "logs/a.lz4"}));
-    window_->openPaths({"/somewhere/Bench.TVLIVE"});
-    EXPECT_EQ(connection, "/somewhere/Bench.TVLIVE");
-    EXPECT_EQ(store_.logFiles.size(), 1U);
-    static_cast<void>(takeMessages());
-    store_.parsing = true;
-    window_->openPaths({folder_ / "logs"});
-    store_.parsing = false;
-    EXPECT_EQ(takeMessages(), (Texts{"Wait for parse to complete"}));
-}
-
 TEST_F(WindowTest, ADumpGoesToTheChosenFile) {
     addSampleLogs();
     signal(kSpeed)->setSelected(true);
@@ -228,37 +164,6 @@ TEST_F(WindowTest, ADumpGoesToTheChosenFile) {
     EXPECT_EQ(text.substr(0, 5), "date ");
     EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 50);
     EXPECT_EQ(takeMessages(), (Texts{"Data written to " + (folder_ / "trace.asc")}));
-}
-
-// Views, parses and reloads meet in any order; the sanitizers look for torn data.
-TEST_F(WindowTest, ReloadsAndSelectionsWorkAtAnyMoment) {
-    constexpr int kRounds = 100;
-    test::present(*window_);
-    addSampleLogs();
-    startWorker();
-    const auto bounds = [this] {
-        return std::pair(store_.intervalStart.load(), store_.intervalEnd.load());
-    };
-    for (int round = 0; round < kRounds; ++round) {
-        for (const char* name : {kSpeed, "Powertrain.EngineData.EngineTorque"})
-            signal(name)->setSelected(true);
-        store_.requestParse();
-        for (int turn = 0; turn < round % 7; ++turn)
-            Glib::MainContext::get_default()->iteration(false);
-        waitIdle();
-        const auto [start, end] = bounds();
-        window_->timeBox().setInterval(start + static_cast<std::uint64_t>(round), end, true);
-        for (int turn = 0; turn < round % 5; ++turn)
-            Glib::MainContext::get_default()->iteration(false);
-        if (round % 3 == 0) {
-            signal(kSpeed)->setSelected(false);
-            store_.requestRedraw();
-        } else {
-            window_->reload(true);
-        }
-    }
-    waitIdle();
-    static_cast<void>(takeMessages());
 }
 
 }  // namespace

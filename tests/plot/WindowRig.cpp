@@ -4,10 +4,9 @@
 #include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 
-#include <array>
-#include <cstdlib>
-
 #include "app/diagnostics/MessageLog.h"
+#include "input/AscImport.h"
+#include "input/CsvImport.h"
 #include "input/LogFiles.h"
 #include "input/VsdFile.h"
 #include "model/builtin/LoggerMessage.h"
@@ -35,11 +34,6 @@ Gtk::Dialog* openDialog() {
 }
 
 }  // namespace
-
-ScratchFolder::ScratchFolder() {
-    std::string name = "/tmp/sigmira_window_XXXXXX";
-    path_ = mkdtemp(name.data());
-}
 
 DialogAnswers::DialogAnswers()
     : timer_(Glib::signal_timeout().connect(sigc::mem_fun(*this, &DialogAnswers::look), kLookMs)) {}
@@ -156,6 +150,8 @@ WindowTest::WindowTest() : settings_(SettingsPaths{folder_ / "settings", folder_
     settings_.setVsdFile(test::sampleFile("drive.vsd"));
     store_.title = "Signal Plot";
     store_.hooks.logFiles = parseLogs;
+    store_.hooks.csvImport = importCsvFiles;
+    store_.hooks.ascImport = importAscFiles;
     addLoggerInterface(store_);
     loadVsdFile(store_, settings_.getVsdFile());
     window_ = std::make_unique<Window>(store_, settings_);

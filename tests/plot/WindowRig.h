@@ -18,21 +18,6 @@
 
 namespace trelis::test {
 
-/// A folder that is removed with its content.
-class ScratchFolder {
-  public:
-    ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return path_ + "/" + name;
-    }
-
-  private:
-    std::string path_;
-};
-
 /// Answers the dialogs that come up while a command runs the main loop, in order, and notes what
 /// they said. What nobody expected is cancelled, and fails the test.
 class DialogAnswers {
@@ -66,6 +51,17 @@ class DialogAnswers {
     sigc::connection timer_;
     sigc::connection gone_;
 };
+
+/// The first widget of a kind below a container, which has one.
+template <class Kind>
+Kind* findChild(Gtk::Container& container) {
+    for (Gtk::Widget* child : container.get_children()) {
+        if (auto* found = dynamic_cast<Kind*>(child)) return found;
+        if (auto* inner = dynamic_cast<Gtk::Container*>(child))
+            if (auto* found = findChild<Kind>(*inner)) return found;
+    }
+    return nullptr;
+}
 
 /// The path of a file of the sample recording.
 std::string sampleFile(const char* name);

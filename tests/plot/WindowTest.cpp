@@ -1,4 +1,5 @@
 #include <gdk/gdkkeysyms.h>
+#include <gtkmm/accelgroup.h>
 #include <gtkmm/clipboard.h>
 #include <gtkmm/main.h>
 
@@ -8,6 +9,7 @@
 #include "app/diagnostics/Report.h"
 #include "model/Message.h"
 #include "model/Signal.h"
+#include "plot/MenuIconItem.h"
 #include "plot/WindowRig.h"
 
 namespace trelis {
@@ -17,6 +19,68 @@ using Texts = std::vector<std::string>;
 using test::DialogAnswers;
 
 constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
+
+// "label [key] tooltip" of every item, a separator a dash.
+TEST_F(WindowTest, MenusHoldTheirItemsInOrder) {
+    const auto rows = [this](const char* menu) {
+        Texts found;
+        for (Gtk::Widget* child : probe_->menu(menu)->get_submenu()->get_children()) {
+            auto* item = dynamic_cast<MenuIconItem*>(child);
+            if (item == nullptr) {
+                found.emplace_back("-");
+                continue;
+            }
+            auto* label = test::findChild<Gtk::AccelLabel>(*item);
+            guint key = 0;
+            Gdk::ModifierType modifiers{};
+            label->get_accel(key, modifiers);
+            std::string row = label->get_label();
+            if (key != 0) row += " [" + Gtk::AccelGroup::get_label(key, modifiers) + "]";
+            if (const auto tip = item->get_tooltip_text(); !tip.empty()) row += " " + tip.raw();
+            found.push_back(row);
+        }
+        return found;
+    };
+    EXPECT_EQ(rows("File"),
+              (Texts{"Load _VSD file [Ctrl+L]", "New VSD file", "Load DB_C file", "-",
+                     "_Reload VSD/DBC file [Ctrl+R] Reload current VSD or DBC file.",
+                     "_Edit loaded VSD/DBC", "-",
+                     "_Open _log file(s) [Ctrl+O] Open a selection of log files.",
+                     "Open log _directory [Ctrl+D] Open an entire directory with log files.",
+                     "Open _live connection [Ctrl+N] Connect to logger and view live data",
+                     "Open _CSV table Open tables with a column of seconds and one for each "
+                     "signal.",
+                     "Open _ASC trace Open text traces of CAN frames.",
+                     "Open CAN _interface View the frames of a CAN interface of this machine.", "-",
+                     "E_xit [Alt+F4]"}));
+    EXPECT_EQ(rows("View"),
+              (Texts{"_Update signals [F5]", "-", "Toggle _full screen [F11]",
+                     "Show/_hide signal list [F12]", "-",
+                     "_Split/unsplit signals Toggle between plotting signals on separate rows or "
+                     "plotting all signals together",
+                     "Toggle _time format [T] Toggle how time is shown on ruler",
+                     "Toggle delta _value [D] Toggle how values are shown on secondary ruler",
+                     "_Delete rulers [Escape]", "-", "Cro_p [Alt+Z]", "_Uncrop [Alt+X]"}));
+    EXPECT_EQ(rows("GPS"),
+              (Texts{"Export GPS data Export GPS track to GPX-file",
+                     "Plot GPS track (beta) Show GPS track as a plot in a separate window"}));
+    EXPECT_EQ(rows("Signal list"),
+              (Texts{"_Find signal [Ctrl+F] Find signals by filtering the signal list", "-",
+                     "_Collapse all Collapse all CAN interfaces",
+                     "Expand _selected Expand all messages having selected signals",
+                     "Expand _all Expand all signals for all messages",
+                     "_Uncheck all Uncheck all signals", "-",
+                     "_Store selected signals [Alt+S] Store currently selected signals in memory",
+                     "_Restore selected signals [Alt+R] Restore selected signals from memory", "-",
+                     "Store signals _to file Store selected signals to file",
+                     "Restore signals fr_om file Restore selected signals from file"}));
+    EXPECT_EQ(rows("Tools"),
+              (Texts{"_Copy signals (Ctrl-C) [Ctrl+C] Copy signals in selected interval to "
+                     "clipboard",
+                     "Export as _ASC [Ctrl+A] Create ASC file of selected time span."}));
+    EXPECT_EQ(rows("Window"), (Texts{"_Change title [F2]", "_Preferences"}));
+    EXPECT_EQ(rows("Help"), (Texts{"_Commands and controls [F1]", "_Open quick guide"}));
+}
 
 TEST_F(WindowTest, ItemsOfAbsentToolWindowsAreInsensitive) {
     const auto sensitive = [this](const char* menu, const char* label) {
