@@ -162,16 +162,6 @@ void EntryName::load(const Glib::KeyFile& /*keyFile*/, const std::string& group)
 
 void EntryName::save(Glib::KeyFile& /*keyFile*/, const std::string& /*group*/) const {}
 
-EntrySignal::EntrySignal(RowText text) : EntryName(std::move(text)) {}
-
-void EntrySignal::load(const Glib::KeyFile& keyFile, const std::string& group) {
-    InputRow::load(keyFile, group);
-}
-
-void EntrySignal::save(Glib::KeyFile& keyFile, const std::string& group) const {
-    EntryString::save(keyFile, group);
-}
-
 void EntrySignal::setCompletion(const Glib::RefPtr<Gtk::ListStore>& model,
                                 const SigListModCols& columns) {
     const auto completion = Gtk::EntryCompletion::create();

@@ -159,11 +159,9 @@ struct SigListModCols : public Gtk::TreeModel::ColumnRecord {
 };
 
 /// The path of a signal, completed from a list.
-class EntrySignal : public EntryName {
+class EntrySignal : public EntryString {
   public:
-    explicit EntrySignal(RowText text);
-    void load(const Glib::KeyFile& keyFile, const std::string& group) override;
-    void save(Glib::KeyFile& keyFile, const std::string& group) const override;
+    using EntryString::EntryString;
     void setCompletion(const Glib::RefPtr<Gtk::ListStore>& model, const SigListModCols& columns);
 };
 

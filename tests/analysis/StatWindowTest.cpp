@@ -20,6 +20,7 @@ TEST_F(StatWindowTest, FollowsViewAndRulers) {
     EXPECT_EQ(window.text().rows[0].unit, "( 0.000s)");
     EXPECT_EQ(window.text().rows[3].value, "60.000000");
     EXPECT_NE(window.text().rows[5].value, "-");
+    EXPECT_TRUE(findNamed<Gtk::Label>(*window.get_child(), "60.000000")) << "as it is shown";
     setView(0, 30999);
     EXPECT_EQ(window.text().rows[2].value, "30");
     keepBothShots(window, "statistics-rulers");

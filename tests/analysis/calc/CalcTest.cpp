@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -13,9 +12,9 @@
 #include "analysis/calc/SignalStatistics.h"
 #include "analysis/calc/TableNumber.h"
 #include "analysis/calc/TrackGeometry.h"
-#include "app/store/Store.h"
 #include "model/Message.h"
 #include "model/Signal.h"
+#include "support/TestStore.h"
 
 namespace trelis {
 namespace {
@@ -76,16 +75,15 @@ TEST(HistogramCountsTest, WhatCountsAndFromWhen) {
 
 // The plain search for the band, value by value, as a check of the guess that bands are found by.
 TEST(HistogramCountsTest, AgreesWithThePlainSearch) {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    test::Randomness random;
+    SCOPED_TRACE(random.trace());
     for (int round = 0; round < 50; ++round) {
-        const std::size_t binCount = 2 + random() % 100;
+        const std::size_t binCount = 2 + random.below(100);
         Samples samples;
         std::uint64_t time = 0;
         for (int i = 0; i < 200; ++i) {
-            time += random() % 500;
-            samples.push_back({time, static_cast<double>(random() % 64) * 0.1 - 1.7});
+            time += random.below(500);
+            samples.push_back({time, random.below(64) * 0.1 - 1.7});
         }
         const auto counts = countHistogram(samples, kAll, {}, binCount);
         std::vector<std::uint64_t> expected(binCount);
@@ -150,8 +148,7 @@ TEST(SignalStatisticsTest, GapsAndRulersAtTheEdges) {
 }
 
 TEST(SignalStatisticsTest, TextsAndTable) {
-    Store store;
-    store.noGui = true;
+    test::TestStore store;
     store.parseFirstTime = 1000000;
     const Samples samples = {{1000000, 36}, {1003600, 36}};
     const TimeRange view{1000000, 1061999};
@@ -185,25 +182,16 @@ TEST(SignalStatisticsTest, TextsAndTable) {
 
 // ---- sample table
 
-class SampleTableTest : public ::testing::Test {
-  protected:
-    SampleTableTest() {
-        store_.noGui = true;
-        message_ = std::make_shared<Message>(1, "Motor", store_.addInterface("Bus", 0));
-        message_->parent()->addMessage(message_);
-    }
-    std::shared_ptr<Signal> add(const char* name, const char* unit) {
-        auto signal = std::make_shared<Signal>(message_, name);
+TEST(SampleTableTest, HoldsValuesAtEachStep) {
+    test::TestStore store;
+    const auto message = std::make_shared<Message>(1, "Motor", store.addInterface("Bus", 0));
+    message->parent()->addMessage(message);
+    const auto add = [&](const char* name, const char* unit) {
+        auto signal = std::make_shared<Signal>(message, name);
         signal->unit = unit;
-        message_->addSignal(name, signal);
+        message->addSignal(name, signal);
         return signal;
-    }
-
-    Store store_;
-    std::shared_ptr<Message> message_;
-};
-
-TEST_F(SampleTableTest, HoldsValuesAtEachStep) {
+    };
     const auto speed = add("Speed", "rpm");
     const auto silent = add("Silent", "");
     add("Unwanted", "x");
@@ -211,7 +199,7 @@ TEST_F(SampleTableTest, HoldsValuesAtEachStep) {
     speed->addSample(1020, 3);
     speed->setSelected(true);
     silent->setSelected(true);
-    const auto signals = signalsForTable(store_);
+    const auto signals = signalsForTable(store);
     ASSERT_EQ(signals.size(), 2U);
     EXPECT_EQ(sampleTableText(signals, 1000, 1030, 10, true),
               "Time(ms)\tSpeed (rpm)\tSilent ()\n0\t0\t0\n10\t1,25\t0\n20\t3\t0");
@@ -219,19 +207,15 @@ TEST_F(SampleTableTest, HoldsValuesAtEachStep) {
     EXPECT_EQ(sampleTableText(signals, 1000, 1001, 60000, false)->substr(30), "\n0\t0\t0");
     EXPECT_FALSE(sampleTableText(signals, 0, kMostTableCells, 1, false)) << "for no spreadsheet";
     EXPECT_FALSE(sampleTableText(signals, 0, kAll.to, 1, false));
-}
 
-// Over many blocks of rows and far into long arrays, against a lookup a row.
-TEST_F(SampleTableTest, AgreesWithALookupARow) {
-    const auto signal = add("Ramp", "");
+    // Over many blocks of rows and far into long arrays, against a lookup a row.
     for (std::uint64_t i = 0; i < 3000; ++i)
-        signal->addSample(10000 + i * 7, static_cast<double>(i));
-    signal->setSelected(true);
-    std::string expected = "Time(ms)\tRamp ()";
+        silent->addSample(10000 + i * 7, static_cast<double>(i));
+    std::string expected = "Time(ms)\tSilent ()";
     for (std::uint64_t time = 12345; time < 32345; time += 2)
         expected +=
-            "\n" + std::to_string(time - 12345) + "\t" + shortNumber(signal->valueAt(time), false);
-    EXPECT_EQ(sampleTableText(signalsForTable(store_), 12345, 32345, 2, false), expected);
+            "\n" + std::to_string(time - 12345) + "\t" + shortNumber(silent->valueAt(time), false);
+    EXPECT_EQ(sampleTableText(std::vector{silent}, 12345, 32345, 2, false), expected);
 }
 
 // ---- track
