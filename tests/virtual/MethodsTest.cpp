@@ -69,7 +69,7 @@ TEST(CountTest, countsWithHysteresis) {
     check({
         {"count a above=5 below=1", "a 0 6 3 6 0 6", "0 1 1 1 1 2"},
         {"count a above=5 below=1", "a 6 6", "1 1"},  // starts low, so the first value counts
-        {"count a above=5 below=1", "a 6 5 1 0.5 5 5.5", "1 1 1 1 1 2"},
+        {"count a above=5 below=1", "a 6 1 6 0.5 5 5.5", "1 1 1 1 1 2"},
         {"count a above=5 below=1 fact=10 offs=1", "a 0 6 0 6", "1 11 11 21 =21"},
         // An edge in the step of a reset is lost.
         {"count a above=5 below=1 resetSig=Can.In.b", "a 0 6 0 6 0 6; b 0 0 0 1 0 0",
@@ -81,6 +81,7 @@ TEST(TimekeepingTest, doesNotCountTheStepOfAChange) {
     check({
         {"time a above=5 below=1", "a 6 6 6 6 6 6", "0 0.1 0.2 0.3 0.4 0.5"},
         {"time a above=5 below=1", "a 0 6 6 3 0 0", "0 0 0.1 0.2 0.2 0.2"},
+        {"time a above=5 below=1", "a 0 5 5 6 1 1 0", "0 0 0 0 0.1 0.2 0.2"},
         {"time a above=5 below=1 countAbove=false", "a 0 6 6 0 0 0", "0.1 0.1 0.1 0.1 0.2 0.3"},
         {"time a above=5 below=1 resetSig=Can.In.b", "a 6 6 6 6; b 0 0 1 0", "0 0.1 0 0.1"},
         // Deliberate: the summary takes the offset for milliseconds, the samples for seconds.
@@ -118,6 +119,7 @@ TEST(EstimateTest, writesExcursionsWhenTheyAreOver) {
     check({
         {estimate, "a 0 10 12 15 0 0", "-1 9 9 9 9 -1"},
         {estimate, "a 0 10 3 1 0.5 0", "-1 1.5 1.5 1.5 1.5 -1"},
+        {estimate, "a 0 5 10 3 0 0", "-1 -1 1.5 1.5 1.5 -1"},
         {estimate, "a 10 10 10", "none"},  // still open
     });
 }
@@ -135,10 +137,12 @@ TEST(FrequencyTest, measuresCycles) {
         {"frequency a", triangle, "7500:1"},
         {"frequency a peaks=2", triangle, "7500:0.5"},
         {"frequency a samples=3", triangle, "7500:1"},
-        {"frequency a filter=5", triangle, "7500:1"},
+        {"frequency a filter=2", triangle, "7500:1"},
         {"frequency a filter=1", triangle, "none"},
         {"frequency a amplitude=true", triangle, "7500:10"},
         {"frequency a amplitude=true samples=3", triangle, "7500:10"},
+        {"frequency a", "a 0 1 1 0 0", "0 0 0 3.3333333333333335"},
+        {"frequency a amplitude=true", "a 0 10 4 10 4 4", "0 0 10 6 6"},
         // Deliberate: amplitudes are whole units, so those below 1 read 0.
         {"frequency a amplitude=true", low, "7500:0"},
         // The mean is a real division: periods of 200 and 1000 ms.

@@ -42,6 +42,8 @@ TEST(AverageTest, weighsAndClips) {
         // The value 4 holds for the interval, the value 10 for 5 s behind it; 10 s are too long.
         {"average a step=9999 window=60000", "a 0:4 9999:10 14999:11", "9999:6.0001333422228145"},
         {"average a step=10000 window=60000", "a 0:4 10000:10 15000:11", "10000:10"},
+        // An interval of just 10 s is no gap: the window slides on over it.
+        {"average a window=400", "a 0:4 100:6 10100:8 10300:9 10500:9", "10100:7"},
         {"average a window=400", constant, "1000:-3"},
         {"average a window=400 onlyPos=true", constant, "1000:0"},
         {"average a window=400 onlyNeg=true", constant, "1000:-3"},
