@@ -178,6 +178,17 @@ void WindowTest::startWorker() {
     waitIdle();
 }
 
+void WindowTest::whilePressed(const std::function<void()>& step) {
+    sigc::connection press = window_->subPlot().signal_button_press_event().connect(
+        [&](GdkEventButton*) {
+            step();
+            return true;
+        },
+        false);
+    test::pressButton(window_->subPlot(), 1, 50, 50);
+    press.disconnect();
+}
+
 void WindowTest::waitIdle() {
     EXPECT_TRUE(test::pump([this] {
         return !store_.parsing && !store_.reparseRequested() && !store_.dumpToFile &&

@@ -111,6 +111,8 @@ class WindowTest : public testing::Test {
     void addSampleLogs();
     /// Starts the worker with a first pass, as the program does, and waits for its end.
     void startWorker();
+    /// Runs a step from within an event, as the toolkit expects it of whatever opens a menu.
+    void whilePressed(const std::function<void()>& step);
     /// Waits until no parse runs and nothing is painted.
     void waitIdle();
     /// What would be shown to the user; forgets it.

@@ -313,17 +313,8 @@ TEST_F(WindowTest, HelpAndTitleDialogs) {
 
 TEST_F(WindowTest, MenusHideWhatDoesNotFitTheRow) {
     test::present(*window_);
-    // Every menu is opened from within an event, as the toolkit expects.
     const auto rows = [this](DropdownMenu menu, const std::function<void()>& open) {
-        const auto button = window_->subPlot().signal_button_press_event().connect(
-            [&](GdkEventButton*) {
-                open();
-                return true;
-            },
-            false);
-        test::pressButton(window_->subPlot(), 1, 50, 50);
-        auto connection = button;
-        connection.disconnect();
+        whilePressed(open);
         std::string shown;
         for (std::size_t row = 0; row < kDropdownRows; ++row)
             if (auto* item = probe_->dropdowns().item(menu, static_cast<DropdownRow>(row));
@@ -362,15 +353,7 @@ TEST_F(WindowTest, RowActionsActOnTheirSignal) {
     commands.openHistogram = [&](const auto& wanted) { opened = wanted; };
     window_->setCommands(std::move(commands));
     const auto run = [this, &speed](DropdownRow row) {
-        const auto press = window_->subPlot().signal_button_press_event().connect(
-            [&](GdkEventButton*) {
-                window_->popupPlotMenu(speed);
-                return true;
-            },
-            false);
-        test::pressButton(window_->subPlot(), 1, 50, 50);
-        auto connection = press;
-        connection.disconnect();
+        whilePressed([&] { window_->popupPlotMenu(speed); });
         probe_->dropdowns().menu(DropdownMenu::kPlot).popdown();
         probe_->dropdowns().item(DropdownMenu::kPlot, row)->activate();
         test::pumpPending();

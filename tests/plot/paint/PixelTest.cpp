@@ -255,28 +255,6 @@ TEST(Pixels, KeepEverySpikeAndIgnoreNaN) {
     EXPECT_LT(task.image->boxes().size(), 3000U);
 }
 
-TEST(Pixels, BreakTheLineAtGapsOverTenSeconds) {
-    struct Case {
-        std::uint64_t silence;
-        bool joined;
-    };
-    for (const auto [silence, joined] : {Case{10000, true}, Case{10001, false}}) {
-        PaintModel model;
-        const auto signal = model.addSignal("Signal");
-        model.store.intervalEnd = ~0ULL;
-        signal->addSample(1000, 1);
-        signal->addSample(1100, 2);
-        signal->addSample(1100 + silence, 1);
-        signal->addSample(1200 + silence, 2);
-        auto task = makeTask(signal, 1000, 13000, 1200, 50);
-        const PixelCanvas canvas = paintFast(task);
-        int inTheMiddle = 0;
-        for (int y = 0; y < 50; ++y)
-            inTheMiddle += canvas.row(y)[500] != 0 ? 1 : 0;
-        EXPECT_EQ(inTheMiddle, joined ? 2 : 0) << silence;
-    }
-}
-
 TEST(Pixels, LeaveTasksOutsideTheDataWithoutImage) {
     PaintModel model;
     const auto signal = model.addSignal("Signal");
