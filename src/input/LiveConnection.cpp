@@ -1,5 +1,6 @@
 #include "input/LiveConnection.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,6 +20,8 @@ namespace {
 
 constexpr std::uint8_t kAskPlain = 0;
 constexpr std::uint8_t kAskEncrypted = 1;
+constexpr std::size_t kMostHeldBlocks = 8;
+constexpr int kSoonMs = 5;
 
 /// What is left to do after one answer.
 enum class Answer { kGood, kLast };
@@ -41,6 +44,20 @@ class Session {
 
     void run() {
         if (initNetworkStreamCodec(link_.codec) != 0) reportFatal("Out of memory");
+        try {
+            exchange();
+        } catch (...) {
+            batch_.flush();  // what came before the failure stays
+            throw;
+        }
+        settle();
+        if (noDataYet_)
+            report(Level::kInfo, encrypted_ ? "Check that logger is set up for encrypted data"
+                                            : "Check that logger is set up for non-encrypted data");
+    }
+
+  private:
+    void exchange() {
         while (!liveStopAsked(store_)) {
             const SendResult sent = sendCommand(store_, encrypted_ ? kAskEncrypted : kAskPlain);
             if (sent == SendResult::kNotNow) continue;
@@ -48,25 +65,40 @@ class Session {
                 tellUnlessStopped(Level::kWarning, "Network failure");
                 break;
             }
+            if (heldBlocks_ > 0 && !answerComesSoon()) settle();
             if ((encrypted_ ? takeEncrypted() : takePlain()) == Answer::kLast) break;
             growLiveAxis(store_);
-            calculateAll(store_);
-            store_.emitData();
             noDataYet_ = false;
+            if (!isBehind_) settle();
         }
-        if (noDataYet_)
-            report(Level::kInfo, encrypted_ ? "Check that logger is set up for encrypted data"
-                                            : "Check that logger is set up for non-encrypted data");
     }
 
-  private:
+    // Whether the answer to the last command byte begins to arrive while waiting for it costs
+    // nobody anything.
+    [[nodiscard]] bool answerComesSoon() const {
+        if (link_.codec.inBegin < link_.codec.inEnd) return true;
+        pollfd waiting{socket_, POLLIN, 0};
+        return poll(&waiting, 1, kSoonMs) > 0;
+    }
+
+    // Decodes the frames that are held, and lets all that follows from them follow.
+    void settle() {
+        batch_.flush();
+        heldBlocks_ = 0;
+        calculateAll(store_);
+        store_.emitData();
+    }
+
     void tellUnlessStopped(Level level, const char* text) const {
         if (!liveStopAsked(store_)) report(level, text);
     }
 
     void handleRecords() {
-        batch_.add(blockRecords(link_.codec), static_cast<std::size_t>(link_.codec.recordSize));
-        batch_.flush();
+        const auto records = blockRecords(link_.codec);
+        const auto recordSize = static_cast<std::size_t>(link_.codec.recordSize);
+        batch_.add(records, recordSize);
+        isBehind_ = records.size() + recordSize > static_cast<std::size_t>(kMaxBlockSize);
+        if (++heldBlocks_ >= kMostHeldBlocks) settle();
     }
 
     Answer takePlain() {
@@ -101,6 +133,10 @@ class Session {
     RecordBatch batch_;
     std::optional<EncryptedStream> encrypted_;  // with a key
     bool noDataYet_ = true;
+    // A logger that fills its blocks has more to send. The frames of some blocks are then decoded
+    // together, in long runs of each message.
+    bool isBehind_ = false;
+    std::size_t heldBlocks_ = 0;
 };
 
 }  // namespace

@@ -254,6 +254,8 @@ TEST_P(LiveStop, EndsAnIdleWait) {
         return store_.framesRead >= logger_->server().framesSent() &&
                logger_->server().answersSent() == 2;
     });
+    const auto signal = store_.getSignal("Can0.Fast.Counter");
+    until([&] { return signal->hasData.load(); });  // though more was to come
     expectQuickStop();
 }
 
