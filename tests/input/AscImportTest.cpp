@@ -168,7 +168,7 @@ TEST_F(AscImportTest, measuresTheBusLoad) {
 TEST_F(AscImportTest, endsAtAFileItCannotOpen) {
     signal->setSelected(true);
     const std::string good = folder.write("good.asc", "0.5 1 123 Rx d 1 01\n");
-    for (const std::string& bad : {folder.file("missing.asc"), folder.file("")}) {
+    for (const std::string& bad : {(folder / "missing.asc"), (folder / "")}) {
         signal->clearSamples();
         signal->parsed = false;
         store.recount();
@@ -184,7 +184,7 @@ TEST_F(AscImportTest, endsAtAFileItCannotOpen) {
 
 TEST_F(AscImportTest, dumpsWhatItReads) {
     store.dumpToFile = true;
-    store.dumpPath = folder.file("out.asc");
+    store.dumpPath = (folder / "out.asc");
     store.dumpFrom = 0;
     store.dumpTo = 99'999;
     signal->setSelected(true);
@@ -213,7 +213,7 @@ TEST(LineReaderTest, boundsItsLines) {
                                                                 {std::string(10, 'd'), false},
                                                                 {"last", true}};
     EXPECT_EQ(lines, expected);
-    EXPECT_FALSE(LineReader(folder.file(""), 10).isOpen());
+    EXPECT_FALSE(LineReader((folder / ""), 10).isOpen());
     LineReader empty(folder.write("empty", ""), 10);
     EXPECT_TRUE(empty.isOpen() && !empty.next());
     // Line ends on every place of the read-ahead.

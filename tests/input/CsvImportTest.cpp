@@ -85,7 +85,7 @@ TEST_F(CsvImportTest, guessesTheShapeOfATable) {
 }
 
 TEST_F(CsvImportTest, refusesWhatIsNoTable) {
-    const std::string file = folder.file("t0.csv");
+    const std::string file = (folder / "t0.csv");
     const std::string few = "Couldn't read first 5 line of file " + file;
     EXPECT_EQ(prepare({}), Texts{"No CSV files given ..."});
     EXPECT_EQ(prepare({"t;a\n0;1\n0;1\n0;1\n"}), Texts{few});
@@ -95,9 +95,9 @@ TEST_F(CsvImportTest, refusesWhatIsNoTable) {
               Texts{"Expected CSV column delimiter to be one of \\t/;/,"});
     EXPECT_EQ(prepare({"1\n2\n3\n4\nt;a\n0;1\n"}), Texts{"Out of lines"});
     store.clearAll();
-    store.logFiles = {folder.file("missing")};
+    store.logFiles = {(folder / "missing")};
     EXPECT_THROW(prepareCsvImport(store), PrintMsgError);
-    EXPECT_EQ(test::TestStore::messages().back(), "Couldn't open file: " + folder.file("missing"));
+    EXPECT_EQ(test::TestStore::messages().back(), "Couldn't open file: " + (folder / "missing"));
 }
 
 TEST_F(CsvImportTest, readsRows) {
@@ -150,7 +150,7 @@ TEST_F(CsvImportTest, survivesWildTimes) {
     const Texts told = test::TestStore::messages();
     EXPECT_EQ(told.size(), 21U);
     EXPECT_EQ(told.back(),
-              "1000 rows of " + folder.file("t0.csv") + " have no time and were skipped");
+              "1000 rows of " + (folder / "t0.csv") + " have no time and were skipped");
 }
 
 TEST_F(CsvImportTest, boundsItsColumns) {
@@ -165,11 +165,11 @@ TEST_F(CsvImportTest, boundsItsColumns) {
 TEST_F(CsvImportTest, endsAtAFileItCannotOpen) {
     prepare({"t;a\n0;1\n1;2\n2;3\n3;4\n"});
     static_cast<void>(test::TestStore::messages());
-    store.logFiles.push_back(folder.file("missing"));
+    store.logFiles.push_back((folder / "missing"));
     store.running = true;
     importCsvFiles(store);
     EXPECT_EQ(test::TestStore::messages(),
-              Texts{"Couldn't open file " + folder.file("missing") + "\n"});
+              Texts{"Couldn't open file " + (folder / "missing") + "\n"});
     EXPECT_FALSE(store.running);
     EXPECT_EQ(samplesOf("a").size(), 4U);
     test::TestStore bare;

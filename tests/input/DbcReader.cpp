@@ -85,15 +85,15 @@ TEST_F(DbcReader, anEmptyFileMakesTheInterface) {
 }
 
 TEST_F(DbcReader, whatCannotBeOpenedChangesNothing) {
-    const std::string none = folder.file("none.dbc");
+    const std::string none = (folder / "none.dbc");
     readDbcFile(store, none, 0, "Can");
     EXPECT_EQ(takeMessages(), "Could not open DBC file: " + none + "\n");
     EXPECT_TRUE(store.interfaces.empty());
     EXPECT_FALSE(store.dbcLoaded);
-    EXPECT_THROW(readDbcFile(store, folder.file(""), 0, "Can"), PrintMsgError);
+    EXPECT_THROW(readDbcFile(store, (folder / ""), 0, "Can"), PrintMsgError);
     EXPECT_EQ(takeMessages(),
-              "Could not open DBC file " + folder.file("") + ", path is a directory\n");
-    const std::string pipe = folder.file("pipe");
+              "Could not open DBC file " + (folder / "") + ", path is a directory\n");
+    const std::string pipe = (folder / "pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     readDbcFile(store, pipe, 0, "Can");
     EXPECT_EQ(takeMessages(), "Could not open DBC file: " + pipe + "\n");
@@ -288,9 +288,9 @@ TEST_F(DbcReader, filesOfOneInterfaceAddUpAndInterfacesStayApart) {
     load(kPlain);
     load("BO_ 101 N: 8 X\n");
     EXPECT_EQ(store.findInterfaceByNumber(0)->messages.size(), 2U);
-    readDbcFile(store, folder.file("a.dbc"), 1, "Other");
+    readDbcFile(store, (folder / "a.dbc"), 1, "Other");
     EXPECT_EQ(store.getMessage(1, 101)->name, "N");
-    EXPECT_THROW(readDbcFile(store, folder.file("a.dbc"), 2, "Other"), PrintMsgError);
+    EXPECT_THROW(readDbcFile(store, (folder / "a.dbc"), 2, "Other"), PrintMsgError);
 }
 
 }  // namespace

@@ -53,13 +53,13 @@ class LiveConnectionTest : public LiveTest {
     /// The same recording from files and from the stream, which `wrap` may make something of.
     using Wrap = std::function<std::unique_ptr<sim::FrameFeed>(std::unique_ptr<sim::FrameFeed>)>;
     void compare(const sim::ServeOptions& options, const Wrap& wrap = {}) {
-        const auto summary = sim::writeRecording(scenario_, folder_.file("log"));
+        const auto summary = sim::writeRecording(scenario_, (folder_ / "log"));
         std::vector<std::filesystem::path> files;
         Store fromFiles;
         fromFiles.noGui = true;
         fromFiles.hooks.logFiles = parseLogs;
         for (const std::string& name : summary.files) {
-            files.emplace_back(folder_.file("log") + "/" + name);
+            files.emplace_back((folder_ / "log") + "/" + name);
             addLogFile(fromFiles, files.back());
         }
         buildModel(fromFiles, scenario_);

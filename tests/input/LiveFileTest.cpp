@@ -31,14 +31,14 @@ class LiveFile : public testing::Test {
   protected:
     LiveFile() {
         Glib::init();
-        setenv("HOME", folder_.file("").c_str(), 1);
+        setenv("HOME", (folder_ / "").c_str(), 1);
     }
     ScratchFolder folder_;
 };
 
 TEST_F(LiveFile, StoredConnectionComesBack) {
     const StoredConnection connection = {"Truck 7", "logger1", "778", "p=q ", "a.vsd", "/d/b.dbc"};
-    const std::string path = folder_.file("x.tvlive");
+    const std::string path = (folder_ / "x.tvlive");
     folder_.write("x.tvlive", "old");
     ASSERT_TRUE(writeStoredConnection(path, connection));
     EXPECT_EQ(contentOf(path),
@@ -53,32 +53,32 @@ TEST_F(LiveFile, StoredConnectionComesBack) {
     EXPECT_EQ(read->vsdFile, connection.vsdFile);
     EXPECT_EQ(read->dbcFile, connection.dbcFile);
     resolvePaths(*read, path);
-    EXPECT_EQ(read->vsdFile, folder_.file("a.vsd"));
+    EXPECT_EQ(read->vsdFile, (folder_ / "a.vsd"));
     EXPECT_EQ(read->dbcFile, "/d/b.dbc");
 }
 
 TEST_F(LiveFile, OnlyWhatIsSetIsWritten) {
     StoredConnection connection;
     connection.server = "host\nKEY=injected";
-    ASSERT_TRUE(writeStoredConnection(folder_.file("y.tvlive"), connection));
-    EXPECT_EQ(contentOf(folder_.file("y.tvlive")), "TITLE=\nSERVER=host\nPORT=777\n");
+    ASSERT_TRUE(writeStoredConnection((folder_ / "y.tvlive"), connection));
+    EXPECT_EQ(contentOf((folder_ / "y.tvlive")), "TITLE=\nSERVER=host\nPORT=777\n");
 }
 
 TEST_F(LiveFile, OddFilesAreRead) {
     folder_.write("odd", "no sign\r\nSERVER=a\r\nserver=b\n=c\nDBC==/x.dbc\nPORT");
-    const auto read = readStoredConnection(folder_.file("odd"));
+    const auto read = readStoredConnection((folder_ / "odd"));
     ASSERT_TRUE(read);
     EXPECT_EQ(read->server, "a");
     EXPECT_EQ(read->dbcFile, "=/x.dbc");
     EXPECT_EQ(read->port, "");
-    EXPECT_FALSE(readStoredConnection(folder_.file("missing")));
-    EXPECT_FALSE(readStoredConnection(folder_.file("")));  // a directory
-    EXPECT_TRUE(readStoredConnection("/dev/zero"));        // bounded
+    EXPECT_FALSE(readStoredConnection((folder_ / "missing")));
+    EXPECT_FALSE(readStoredConnection((folder_ / "")));  // a directory
+    EXPECT_TRUE(readStoredConnection("/dev/zero"));      // bounded
 }
 
 TEST_F(LiveFile, LastConnectionIsRemembered) {
     Store store;
-    store.liveFilePath = folder_.file(".sigmiralive");
+    store.liveFilePath = (folder_ / ".sigmiralive");
     store.title = "T";
     store.hostName = "h";
     store.decryptionKey = "geheim";
@@ -97,7 +97,7 @@ TEST_F(LiveFile, LastConnectionIsRemembered) {
     EXPECT_EQ(contentOf(store.liveFilePath), "TITLE=T\nSERVER=h\nPORT=777\nVSD=/x.vsd\n");
 
     settings.setVsdFile(kNoFile);
-    store.liveFilePath = folder_.file("no/such/folder");
+    store.liveFilePath = (folder_ / "no/such/folder");
     saveLiveFile(store);
     EXPECT_EQ(MessageLog::instance().pop().text, "Couldn't create " + store.liveFilePath);
 }

@@ -101,7 +101,7 @@ TEST_F(LogParserTest, HeadersAreJudged) {
     EXPECT_EQ(readLogStartTime(
                   store_, folder_.write("a", "Log started at Mon 2024-03-04 08:00:00\nLOGSTAR\n")),
               -1);
-    EXPECT_EQ(readLogStartTime(store_, folder_.file("absent")), -1);
+    EXPECT_EQ(readLogStartTime(store_, (folder_ / "absent")), -1);
     EXPECT_LT(readLogStartTime(
                   store_, folder_.write("b", "Log started at Mon 1960-03-04 08:00:00\nLOGSTART\n")),
               0);
@@ -119,11 +119,10 @@ TEST_F(LogParserTest, FilesAreSortedByStartAndKeepTheirOrderWhenEqual) {
     for (const char* name : {"30 c", "10 a", "30 d", "20 b"})
         addLogFile(store_, folder_.write(name, header(std::string(name, 2).c_str())));
     addLogFile(store_, folder_.write("none", "no recording"));
-    EXPECT_EQ(store_.logFiles,
-              (std::vector<std::string>{folder_.file("10 a"), folder_.file("20 b"),
-                                        folder_.file("30 c"), folder_.file("30 d")}));
-    EXPECT_EQ(messages(), std::vector<std::string>{folder_.file("none") +
-                                                   " is not a valid log file, skipping"});
+    EXPECT_EQ(store_.logFiles, (std::vector<std::string>{(folder_ / "10 a"), (folder_ / "20 b"),
+                                                         (folder_ / "30 c"), (folder_ / "30 d")}));
+    EXPECT_EQ(messages(),
+              std::vector<std::string>{(folder_ / "none") + " is not a valid log file, skipping"});
 }
 
 TEST_F(LogParserTest, FilesLieOnOneTimeAxis) {
@@ -269,7 +268,7 @@ TEST_F(LogParserTest, ADumpWritesTheFramesOfItsInterval) {
         "date Mon Mar 04 08:00:0%.000 am 2024\nbase hex  timestamps absolute\n";
     const auto dump = [&](std::uint64_t from, std::uint64_t to) {
         store_.running = true;
-        const std::string path = folder_.file("out.asc");
+        const std::string path = (folder_ / "out.asc");
         store_.dumpLogsToFile(path, from, to);
         EXPECT_TRUE(store_.parseNow());
         EXPECT_FALSE(store_.dumpToFile);
@@ -286,7 +285,7 @@ TEST_F(LogParserTest, ADumpWritesTheFramesOfItsInterval) {
                                   "4.7500 1 7FF Rx d 8 88 99 AA BB CC DD EE FF\n");
     EXPECT_EQ(dump(kEight + 1250, kEight + 1250), head('1') + "0.2500 2 ABCDEFx Rx d 0\n");
     EXPECT_EQ(dump(1, 2), "");
-    EXPECT_EQ(messages(), (std::vector<std::string>{"Data written to " + folder_.file("out.asc"),
+    EXPECT_EQ(messages(), (std::vector<std::string>{"Data written to " + (folder_ / "out.asc"),
                                                     "No data in selected interval"}));
 }
 

@@ -12,29 +12,9 @@
 
 #include "input/stream/BlockMaker.h"
 #include "model/Frame.h"
+#include "support/ScratchFolder.h"
 
 namespace trelis::test {
-
-/// A directory that goes with the test.
-class ScratchFolder {
-  public:
-    ScratchFolder() {
-        std::string pattern = testing::TempDir() + "sigmiraXXXXXX";
-        path_ = ::mkdtemp(pattern.data());
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-
-    [[nodiscard]] std::string file(const std::string& name) const { return path_ + "/" + name; }
-    std::string write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(file(name), std::ios::binary) << bytes;
-        return file(name);
-    }
-
-  private:
-    std::string path_;
-};
 
 inline Frame frameAt(std::uint32_t timestamp, std::uint32_t id, std::uint64_t data = 0,
                      std::uint8_t interface = 0, std::uint8_t dlc = 8) {

@@ -33,7 +33,7 @@ class SignalListTest : public test::DefinitionTest {
         return names;
     }
 
-    Settings settings{{folder.file("settings"), folder.file("lists")}};
+    Settings settings{{(folder / "settings"), (folder / "lists")}};
 };
 
 TEST_F(SignalListTest, eachProjectHasItsSelection) {
@@ -54,13 +54,13 @@ TEST_F(SignalListTest, eachProjectHasItsSelection) {
 TEST_F(SignalListTest, withoutAProjectNothingIsKept) {
     select("A");
     saveSignalList(store, settings);
-    EXPECT_EQ(std::filesystem::file_size(folder.file("lists")), 0U);
+    EXPECT_EQ(std::filesystem::file_size((folder / "lists")), 0U);
     EXPECT_FALSE(loadSignalList(store, settings));
     EXPECT_EQ(selection(), "");
 }
 
 TEST_F(SignalListTest, listFilesOfTheUser) {
-    const std::string path = folder.file("my.tvlist");
+    const std::string path = (folder / "my.tvlist");
     select("AB");
     EXPECT_TRUE(storeSignalListFile(store, settings, path));
     select("");

@@ -17,7 +17,7 @@ class VsdCheck : public test::DefinitionTest {
         std::ostringstream output;
         EXPECT_EQ(checkDefinitions(store, dbc, vsd, output), status);
         std::string text = output.str();
-        const std::string place = folder.file("");
+        const std::string place = (folder / "");
         for (auto at = text.find(place); at != std::string::npos; at = text.find(place))
             text.erase(at, place.size());
         return text;
@@ -89,7 +89,7 @@ TEST_F(VsdCheck, definitionFiles) {
               "a.vsd:15: group name of a wrong form: Failed to parse VSD file a.vsd, signal: "
               "A.B.C, is not formatted as <msgName>.<sigName>\n"
               "a.vsd: 2 signals, 5 findings\n");
-    EXPECT_EQ(check("", folder.file("gone.vsd"), 1),
+    EXPECT_EQ(check("", (folder / "gone.vsd"), 1),
               "gone.vsd: file that cannot be read: the file cannot be opened\n"
               "gone.vsd: 0 signals, 1 finding\n");
     EXPECT_EQ(check("", folder.write("c.vsd", "damaged\n"), 1),

@@ -40,23 +40,23 @@ class VsdFile : public test::DefinitionTest {
     [[nodiscard]] static std::string group(const std::string& name, const std::string& input) {
         return "[" + name + "]\nmethod=sum\nstep=100\nsignal_01=" + input + "\n";
     }
-    [[nodiscard]] std::string path() const { return folder.file("main.vsd"); }
+    [[nodiscard]] std::string path() const { return (folder / "main.vsd"); }
 
     std::vector<DefinitionFinding> findings;
 };
 
 TEST_F(VsdFile, aFileThatIsNotThereLoadsNothing) {
-    loadVsdFile(store, folder.file("none.vsd"));
-    ASSERT_EQ(::mkfifo(folder.file("pipe").c_str(), 0600), 0);
-    loadVsdFile(store, folder.file("pipe"));
+    loadVsdFile(store, (folder / "none.vsd"));
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    loadVsdFile(store, (folder / "pipe"));
     EXPECT_EQ(takeMessages(), "");
     EXPECT_TRUE(store.interfaces.empty());
-    EXPECT_THROW(loadVsdFile(store, folder.file("")), Glib::KeyFileError);
+    EXPECT_THROW(loadVsdFile(store, (folder / "")), Glib::KeyFileError);
     EXPECT_THROW(load("no key file"), Glib::KeyFileError);
 }
 
 TEST_F(VsdFile, interfacesComeFromTheSettings) {
-    load("[settings]\nifname_2=\xc3\x84-Bus:_1\ndbcfile_2=a.dbc;" + folder.file("b.dbc") +
+    load("[settings]\nifname_2=\xc3\x84-Bus:_1\ndbcfile_2=a.dbc;" + (folder / "b.dbc") +
          ";\nifname_31=Last\ndbcfile_31=b.dbc\nifname_32=Never\ndbcfile_32=b.dbc\n"
          "legacygps=true\n");
     EXPECT_EQ(takeMessages(), "");
@@ -207,15 +207,14 @@ TEST_F(VsdFile, sparingTriesDoesNotChangeTheOrder) {
 }
 
 TEST_F(VsdFile, theExampleIsAKeyFileAndNeedsAPlace) {
-    const std::string example = folder.file("new.vsd");
+    const std::string example = (folder / "new.vsd");
     EXPECT_TRUE(writeExampleVsd(example));
     Glib::KeyFile keys;
     keys.load_from_file(example);
     EXPECT_EQ(keys.get_string_list("settings", "dbcfile_0").size(), 2U);
     EXPECT_EQ(keys.get_string("settings", "include"), "path_to_other.vsd");
-    EXPECT_FALSE(writeExampleVsd(folder.file("none/new.vsd")));
-    EXPECT_EQ(takeMessages(),
-              "Couldn't create new VSD file: " + folder.file("none/new.vsd") + "\n");
+    EXPECT_FALSE(writeExampleVsd((folder / "none/new.vsd")));
+    EXPECT_EQ(takeMessages(), "Couldn't create new VSD file: " + (folder / "none/new.vsd") + "\n");
 }
 
 }  // namespace

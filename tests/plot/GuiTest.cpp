@@ -89,11 +89,6 @@ void sendKey(GdkEventType type, Gtk::Widget& widget, unsigned keyval, unsigned s
 
 }  // namespace
 
-ScratchFolder::ScratchFolder() {
-    std::string name = "/tmp/sigmira_gui_XXXXXX";
-    path_ = mkdtemp(name.data());
-}
-
 bool pump(const std::function<bool()>& condition, int deadlineMs) {
     const auto context = Glib::MainContext::get_default();
     const auto tick = Glib::signal_timeout().connect([] { return true; }, 5);

@@ -12,22 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "support/ScratchFolder.h"
+
 namespace trelis::test {
-
-/// A folder that is removed with its content.
-class ScratchFolder {
-  public:
-    ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() { std::filesystem::remove_all(path_); }
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return path_ + "/" + name;
-    }
-
-  private:
-    std::string path_;
-};
 
 /// Runs the main loop until the condition holds; false if it does not within the deadline.
 bool pump(const std::function<bool()>& condition, int deadlineMs = 40000);
