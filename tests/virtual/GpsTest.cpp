@@ -47,9 +47,11 @@ void feedPositions(TestModel& model, const std::vector<Fix>& fixes, const std::s
 
 TEST(GpsPositionTest, unpacksDegreesAndMinutes) {
     EXPECT_DOUBLE_EQ(unpackDegrees(573000000), 57.5);
+    EXPECT_DOUBLE_EQ(unpackDegrees(-573000000), -57.5);
     EXPECT_NEAR(unpackDegrees(591234567), 59 + 1234567.0 / 6000000, 1e-9);
     const auto packed = [](double) { return true; };
     EXPECT_EQ(decodePosition({573000000, 1, 120000000, 0}, packed).latitude, -57.5);
+    EXPECT_EQ(decodePosition({573000000, 2, 120000000, 1}, packed).latitude, 57.5);
     EXPECT_EQ(decodePosition({573000000, 2, 120000000, 1}, packed).longitude, -12);
     EXPECT_EQ(decodePosition({573000000, 0, 1, 1}, packed).latitude, 57.5);
 }

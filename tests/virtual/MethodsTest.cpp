@@ -74,6 +74,8 @@ TEST(CountTest, countsWithHysteresis) {
         // An edge in the step of a reset is lost.
         {"count a above=5 below=1 resetSig=Can.In.b", "a 0 6 0 6 0 6; b 0 0 0 1 0 0",
          "0 1 1 0 0 1"},
+        // No number counts as a reset.
+        {"count a above=5 below=1 resetSig=Can.In.b", "a 0 6 6; b nan nan nan", "0 0 0"},
     });
 }
 
@@ -84,6 +86,7 @@ TEST(TimekeepingTest, doesNotCountTheStepOfAChange) {
         {"time a above=5 below=1", "a 0 5 5 6 1 1 0", "0 0 0 0 0.1 0.2 0.2"},
         {"time a above=5 below=1 countAbove=false", "a 0 6 6 0 0 0", "0.1 0.1 0.1 0.1 0.2 0.3"},
         {"time a above=5 below=1 resetSig=Can.In.b", "a 6 6 6 6; b 0 0 1 0", "0 0.1 0 0.1"},
+        {"time a above=5 below=1 resetSig=Can.In.b", "a 6 6 6; b nan nan nan", "0 0 0"},
         // Deliberate: the summary takes the offset for milliseconds, the samples for seconds.
         {"time a above=5 below=1 fact=2 offs=1", "a 6 6 6 6 6", "1 1.2 1.4 1.6 1.8 =0.801"},
     });
@@ -96,6 +99,7 @@ TEST(AccumulateTest, addsEveryNewValue) {
         {"accumulate a fact=2 offs=5", "a 1 2", "7 11 =11"},
         // A reset forgets the value to compare with, too.
         {"accumulate a resetSig=Can.In.b", "a 4 4 4 4; b 0 1 0 0", "4 0 4 4"},
+        {"accumulate a resetSig=Can.In.b", "a 4 5 5; b nan nan nan", "4 9 9"},
     });
 }
 
