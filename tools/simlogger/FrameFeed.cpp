@@ -59,7 +59,7 @@ class RecordingFeed : public FrameFeed {
 
         FedFrame fed;
         fed.timestamp = numberAt<std::uint32_t>(record);
-        if (newFile_) shift_ = clockOfFile() - fed.timestamp;
+        if (newFile_ && !goesOn(fed.timestamp)) shift_ = clockOfFile() - fed.timestamp;
         newFile_ = false;
         fed.timestamp += shift_;
         // Counters overflow, so it is the difference that tells how time went on.
@@ -81,6 +81,15 @@ class RecordingFeed : public FrameFeed {
     std::uint32_t clockOfFile() const {
         if (!begun_) return numberAt<std::uint32_t>(raw_.data());
         return firstClock_ + static_cast<std::uint32_t>(startMs_ - firstStartMs_);
+    }
+
+    /// Whether the counter of the file before just runs on here, as readers take it: not back, and
+    /// not 20 s behind what the start of the file says.
+    bool goesOn(std::uint32_t timestamp) const {
+        constexpr std::int32_t kBreakMs = 20'000;
+        const std::uint32_t clock = timestamp + shift_;
+        return begun_ && static_cast<std::int32_t>(clock - lastClock_) >= 0 &&
+               static_cast<std::int32_t>(clockOfFile() - clock) < kBreakMs;
     }
 
     bool openNext() {
