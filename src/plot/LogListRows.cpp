@@ -209,8 +209,10 @@ void LogList::populate(const Row& messageRow) {
 
 void LogList::showModel(const Glib::RefPtr<Gtk::TreeModel>& model) {
     set_model(model);
-    // A new model lets the view look for a search column of its own.
+    // A new model lets the view look for a search column of its own, and forget the order.
     set_search_column(-1);
+    nameColumn_.set_sort_indicator(true);
+    nameColumn_.set_sort_order(sortOrder_);
 }
 
 std::list<LogList::row_t> LogList::expandedRows() {

@@ -210,6 +210,7 @@ TEST_F(LogListTest, FiltersByLevelAndOpensTheMatches) {
     list_->expand_row(pathOf("Virt"), false);
     list_->applyFilter("WHEEL");
     EXPECT_EQ(shownRows(), (Rows{"Can", ".abs", "..frontWheel"}));
+    EXPECT_TRUE(list_->get_column(0)->get_sort_indicator());
     list_->applyFilter("eng/");
     EXPECT_EQ(shownRows(), (Rows{"Can", ".Engine", "..Torque"}));
     list_->applyFilter("s");
