@@ -1,7 +1,6 @@
 #include <getopt.h>
 
 #include <array>
-#include <charconv>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -13,6 +12,7 @@
 #include "app/VsdHelpText.h"
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
+#include "input/CanSocket.h"
 
 namespace trelis {
 namespace {
@@ -101,17 +101,11 @@ bool applySetting(Store& store, StartUp& startUp, int letter, const char* argume
     }
 }
 
-// "can3" or "3" is channel 3, "any" all channels.
 bool applyCanInterface(Store& store, std::string_view name) {
-    std::int32_t channel = -1;
-    if (name != "any") {
-        if (name.starts_with("can")) name.remove_prefix(3);
-        const char* const end = name.data() + name.size();
-        const auto [stop, error] = std::from_chars(name.data(), end, channel);
-        if (error != std::errc() || stop != end || channel < 0) return false;
-    }
+    const auto channel = canChannelOf(name);
+    if (!channel) return false;
     store.dongleMode = true;
-    store.dongleChannel = channel;
+    store.dongleChannel = *channel;
     store.liveMode = true;
     return true;
 }

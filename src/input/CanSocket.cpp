@@ -12,8 +12,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <system_error>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
@@ -62,6 +64,39 @@ bool awaitFrame(const Store& store, int socket) {
 }
 
 }  // namespace
+
+std::optional<std::int32_t> canChannelOf(std::string_view name) {
+    if (name == "any") return -1;
+    if (name.starts_with("can")) name.remove_prefix(3);
+    std::int32_t channel = -1;
+    const char* const end = name.data() + name.size();
+    const auto [stop, error] = std::from_chars(name.data(), end, channel);
+    if (error != std::errc() || stop != end || channel < 0) return std::nullopt;
+    return channel;
+}
+
+std::vector<std::string> canInterfaces() {
+    std::vector<std::string> names;
+    if (auto* const all = if_nameindex()) {
+        for (const auto* one = all; one->if_index != 0; ++one)
+            if (std::string_view(one->if_name).starts_with("can")) names.emplace_back(one->if_name);
+        if_freenameindex(all);
+    }
+    return names;
+}
+
+std::string canProblem(std::int32_t channel) {
+    const int bare = ::socket(AF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
+    if (bare < 0) return format("This system has no CAN sockets: %s", std::strerror(errno));
+    const Closer bareCloser(bare);
+    const std::string name = channel < 0 ? "any" : "can" + std::to_string(channel);
+    if (channel >= 0 && if_nametoindex(name.c_str()) == 0)
+        return format("There is no CAN interface %s", name.c_str());
+    const int socket = openCanSocket(channel);
+    if (socket < 0) return format("Couldn't open CAN interface %s", name.c_str());
+    const Closer closer(socket);
+    return {};
+}
 
 int openCanSocket(std::int32_t channel) {
     const int socket = ::socket(AF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);

@@ -3,19 +3,11 @@
 #include <gtkmm/comboboxtext.h>
 #include <gtkmm/dialog.h>
 #include <gtkmm/label.h>
-#include <linux/can.h>
-#include <net/if.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <charconv>
-#include <cstring>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 
 #include "app/diagnostics/Report.h"
 #include "app/store/Store.h"
@@ -45,42 +37,6 @@ const FileKind& fileKind(std::size_t input) {
         {"Select ASC traces", "ASC traces", {"*.asc", "*.ASC"}},
     }};
     return kinds.at(input);
-}
-
-std::vector<std::string> canInterfaces() {
-    std::vector<std::string> names;
-    if (auto* const all = if_nameindex()) {
-        for (const auto* one = all; one->if_index != 0; ++one)
-            if (std::string_view(one->if_name).starts_with("can")) names.emplace_back(one->if_name);
-        if_freenameindex(all);
-    }
-    return names;
-}
-
-// "can3" or "3" is channel 3, "any" are all channels, which is -1.
-std::optional<std::int32_t> canChannel(std::string_view name) {
-    if (name == "any") return -1;
-    if (name.starts_with("can")) name.remove_prefix(3);
-    std::int32_t channel = -1;
-    const char* const end = name.data() + name.size();
-    const auto [stop, error] = std::from_chars(name.data(), end, channel);
-    if (error != std::errc() || stop != end || channel < 0) return std::nullopt;
-    return channel;
-}
-
-// Why the interface cannot be read; empty if it can.
-std::string canProblem(const std::string& name, std::optional<std::int32_t> channel) {
-    if (!channel) return format("'%s' is no CAN interface, such as can0", name.c_str());
-    const int bare = ::socket(AF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
-    if (bare < 0) return format("This system has no CAN sockets: %s", std::strerror(errno));
-    close(bare);
-    const std::string device = "can" + std::to_string(*channel);
-    if (*channel >= 0 && if_nametoindex(device.c_str()) == 0)
-        return format("There is no CAN interface %s", device.c_str());
-    const int socket = openCanSocket(*channel);
-    if (socket < 0) return format("Couldn't open CAN interface %s", name.c_str());
-    close(socket);
-    return {};
 }
 
 // The name that the user gives; nothing if the dialog is cancelled.
@@ -200,8 +156,10 @@ void Window::openCanInterface() {
     if (store_.waitingForWork()) return;
     const auto name = askForCanInterface(*this);
     if (!name) return;
-    const auto channel = canChannel(*name);
-    const std::string problem = canProblem(*name, channel);
+    const auto channel = canChannelOf(*name);
+    const std::string problem =
+        channel ? canProblem(*channel)
+                : format("'%s' is no CAN interface, such as can0", name->c_str());
     if (problem.empty())
         startCan(*channel);
     else
