@@ -1,10 +1,10 @@
 // The text of -e against the table of methods that the program works with.
 #include "app/VsdHelpText.h"
 
+#include <glibmm/regex.h>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -16,24 +16,26 @@ namespace {
 
 // The lines of each section by its head, without the colours.
 std::map<std::string, std::vector<std::string>> sections() {
-    static const std::regex kHead("^\033\\[1;37m(.*)\033\\[0m$");
-    static const std::regex kColour("\033\\[[0-9;]*m");
+    const auto head = Glib::Regex::create("^\033\\[1;37m(.*)\033\\[0m$");
+    const auto colour = Glib::Regex::create("\033\\[[0-9;]*m");
     std::map<std::string, std::vector<std::string>> found;
     std::string section;
     std::istringstream text(vsdHelpText());
-    for (std::string line; std::getline(text, line);) {
-        if (std::smatch head; std::regex_match(line, head, kHead))
-            section = head[1];
+    for (std::string next; std::getline(text, next);) {
+        const Glib::ustring line(next);  // the match refers to it
+        if (Glib::MatchInfo match; head->match(line, match))
+            section = match.fetch(1);
         else
-            found[section].push_back(std::regex_replace(line, kColour, ""));
+            found[section].push_back(colour->replace_literal(line, 0, "", Glib::RegexMatchFlags{}));
     }
     return found;
 }
 
 const std::string* lineOf(const std::vector<std::string>& lines, std::string_view key) {
-    const std::regex begin("  " + std::string(key) + "( or \\w+)?(, _02\\.\\.\\.)?=<.*");
+    const auto begin =
+        Glib::Regex::create("^  " + std::string(key) + "( or \\w+)?(, _02\\.\\.\\.)?=<");
     for (const std::string& line : lines)
-        if (std::regex_match(line, begin)) return &line;
+        if (begin->match(line)) return &line;
     return nullptr;
 }
 

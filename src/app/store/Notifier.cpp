@@ -2,7 +2,6 @@
 
 #include <glibmm/main.h>
 
-#include <algorithm>
 #include <vector>
 
 namespace trelis {
@@ -31,11 +30,10 @@ void Notifier::hear(const std::weak_ptr<Wire>& wire) {
     const auto held = wire.lock();
     held->pending = false;
     held->changed.emit();
-    const auto found = std::find(orphans().begin(), orphans().end(), held);
-    if (found == orphans().end()) return;
-    orphans().erase(found);
-    // Not here: the pipe's reader is still at work on it.
-    Glib::signal_idle().connect_once([held] {});
+    std::erase(orphans(), held);
+    // The last holder, for an orphan or for a notifier that went while it was heard, must not let
+    // go here: the pipe's reader is still at work on it.
+    if (held.use_count() == 1) Glib::signal_idle().connect_once([held] {});
 }
 
 }  // namespace trelis

@@ -43,6 +43,7 @@ TEST(NotifierTest, NewsAreTakenTogetherAndDieWithTheirNotifier) {
     });
     notifier->emit();
     deliver();
+    EXPECT_FALSE(notifier);
     EXPECT_EQ(heard, 2);
     EXPECT_EQ(warnings, 0);
     g_log_set_default_handler(before, nullptr);
