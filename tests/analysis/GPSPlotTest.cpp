@@ -14,7 +14,12 @@ class GPSPlotTest : public AnalysisTest {
     GPSPlotTest() {
         addLoggerInterface(store);
         settings.setBgColor("#ffffffffffff");
-        track = GPSTrack::create(std::make_shared<VirtualMessage>(store, 3, "MsgRate"));
+        track = GPSTrack::create(owner);
+    }
+    ~GPSPlotTest() override {  // the parts of a model hold each other until it is cleared
+        track.reset();
+        owner->clearMessage();
+        store.clearAll();
     }
     /// A drive of two minutes, a point a second.
     void drive() {
@@ -30,6 +35,8 @@ class GPSPlotTest : public AnalysisTest {
     }
 
     static constexpr std::uint32_t kRed = 0xFF0000;
+    const std::shared_ptr<VirtualMessage> owner =
+        std::make_shared<VirtualMessage>(store, 3, "MsgRate");
     std::shared_ptr<GPSTrack> track;
 };
 

@@ -1,8 +1,8 @@
+#include <glibmm/regex.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cmath>
-#include <regex>
 #include <sstream>
 
 #include "config/SignalUse.h"
@@ -172,7 +172,9 @@ class EveryMethod : public EditorTest, public ::testing::WithParamInterface<Roun
     }
     /// The file without the dates of saving and the blank lines at its end.
     std::string undated() {
-        const auto text = std::regex_replace(project(), std::regex("Sigmira=.*"), "");
+        const auto date = Glib::Regex::create("Sigmira=.*");
+        const std::string text =
+            date->replace_literal(Glib::ustring(project()), 0, "", Glib::RegexMatchFlags{});
         return text.substr(0, text.find_last_not_of('\n') + 1);
     }
 };
@@ -228,8 +230,8 @@ TEST_P(EveryMethod, IsSavedComputedShownRenamedCopiedAndDeleted) {
     EXPECT_EQ(file.get_string(group, "method"), trip.method);
     EXPECT_EQ(file.get_string(group, "fact"), "2");
     EXPECT_FALSE(file.has_key(group, "hidden"));
-    EXPECT_TRUE(std::regex_match(file.get_string(group, "Sigmira").raw(),
-                                 std::regex("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d")));
+    EXPECT_TRUE(Glib::Regex::match_simple("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d$",
+                                          file.get_string(group, "Sigmira")));
     for (std::size_t i = 0; i < trip.inputs.size(); ++i)
         EXPECT_EQ(file.get_string(group, "signal_0" + std::to_string(i + 1)), trip.inputs[i]);
 
@@ -256,7 +258,8 @@ TEST_P(EveryMethod, IsSavedComputedShownRenamedCopiedAndDeleted) {
     fill("name", "Test.renamed");
     dialog.saveChanges();
     const std::string renamed =
-        std::regex_replace(saved, std::regex("Test.new_signal"), "Test.renamed");
+        Glib::Regex::create("Test\\.new_signal")
+            ->replace_literal(Glib::ustring(saved), 0, "Test.renamed", Glib::RegexMatchFlags{});
     EXPECT_EQ(undated(), renamed);
     edit(selected);
     dialog.duplicate();
