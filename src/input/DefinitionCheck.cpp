@@ -131,6 +131,10 @@ std::size_t countSignals(const Store& store) {
     return count;
 }
 
+std::string counted(std::size_t count, const char* thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 }  // namespace
 
 int checkDefinitions(Store& store, const std::string& dbcPath, const std::string& vsdPath,
@@ -153,8 +157,8 @@ int checkDefinitions(Store& store, const std::string& dbcPath, const std::string
         if (tolerantMeans(finding.fault) != TolerantMeans::kNothing) ++mended;
     }
     const std::size_t count = asEver.findings.size();
-    output << toValidUtf8(paths.chosen()) << ": " << countSignals(store) << " signals, " << count
-           << (count == 1 ? " finding" : " findings");
+    output << toValidUtf8(paths.chosen()) << ": " << counted(countSignals(store), "signal") << ", "
+           << counted(count, "finding");
     if (mended != 0) output << ", of which tolerant reading mends " << mended;
     output << (complete ? "\n" : ", the load does not come to its end\n");
     return count == 0 ? 0 : 1;
