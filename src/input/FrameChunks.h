@@ -24,6 +24,7 @@ struct RecordBlock {
     static constexpr std::size_t kCapacity = 18000;
 
     std::uint32_t length = 0;
+    std::uint32_t recordSize = 18;  ///< bytes; the same in all blocks of a file
     std::array<std::uint8_t, kCapacity> records;
 };
 

@@ -186,6 +186,7 @@ void LogParser::readBlocks(int descriptor) {
         }
         position += kBlockHeadSize + static_cast<std::uint64_t>(codec.inLength);
         recordSize_ = static_cast<std::size_t>(codec.recordSize);
+        block->recordSize = static_cast<std::uint32_t>(codec.recordSize);
         block->length = static_cast<std::uint32_t>(length);
         if (shared_->keepBlocks) {
             keepBlock(std::move(block));

@@ -87,8 +87,6 @@ class LogParser : public FrameSource {
     /// one, or when the parse is stopped. Store worker only, which gives it to recycleBlock.
     std::unique_ptr<RecordBlock> nextBlock();
     void recycleBlock(std::unique_ptr<RecordBlock> block);
-    /// Known with the first block.
-    [[nodiscard]] std::size_t recordSize() const { return recordSize_; }
     /// Absolute time of a frame's time(); once the frames are ready.
     [[nodiscard]] std::uint64_t baseTime() const { return baseTime_; }
 
@@ -127,7 +125,7 @@ class LogParser : public FrameSource {
     std::vector<std::uint32_t> overflows_;  // the time stamps at which it overflowed
     std::vector<Group> groups_;             // each is taken by one message thread
     std::vector<OrderedFrame> ordered_;
-    std::size_t recordSize_ = 18;
+    std::size_t recordSize_ = 18;  // of the block that is filtered
     std::optional<std::uint64_t> damagedBehind_;
 
     std::mutex fileMutex_;                   // guards fileDone_ and blocks_

@@ -138,7 +138,7 @@ void dumpFile(Store& store, LogParser& parser) {
     std::uint64_t last = store.parseLastTime;
     bool placed = false;
     while (auto block = parser.nextBlock()) {
-        const std::size_t size = parser.recordSize();
+        const std::size_t size = block->recordSize;
         const std::uint8_t* record = block->records.data();
         for (std::size_t left = block->length; left >= size; left -= size, record += size) {
             const auto timestamp = loadLittleEndian<std::uint32_t>(record);

@@ -31,7 +31,7 @@ TEST_F(VsdCheck, aSoundFileHasNoFindings) {
                      "BO_ 1 M: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\nCM_ \"all\";\n"
                      "BA_DEF_ SG_  \"x\" INT 0 100;\nBO_TX_BU_ 1 : A;\nSG_MUL_VAL_ 1 S S 1-2;\n"
                      "BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 X\n SG_ L m : bad\n");
-    EXPECT_EQ(check(dbc, "", 0), "a.dbc: 1 signals, 0 findings\n");
+    EXPECT_EQ(check(dbc, "", 0), "a.dbc: 1 signal, 0 findings\n");
     EXPECT_TRUE(store.dbcLoaded);
 }
 
@@ -65,7 +65,7 @@ TEST_F(VsdCheck, whatWasReadTolerantlyIsNoFinding) {
         folder.write("a.vsd", "[settings]\nifname_0=Can\ndbcfile_0=a.dbc\ntolerant=true\n");
     EXPECT_EQ(check("", vsd, 1),
               "a.dbc:3: signal defined twice: signal W [tolerant: costs only itself]\n"
-              "a.vsd: 1 signals, 1 finding, of which tolerant reading mends 1\n");
+              "a.vsd: 1 signal, 1 finding, of which tolerant reading mends 1\n");
     const auto signal =
         std::dynamic_pointer_cast<RealSignal>(store.getMessage(0, 1)->getSignal("W"));
     EXPECT_EQ(signal->valueOf(std::bit_cast<std::uint64_t>(0.1)), 0.1);
