@@ -31,6 +31,18 @@ std::string localTime() {
     return text.data();
 }
 
+/// A message outside the model for a signal on trial. The two hold each other, and through the
+/// signal's inputs the whole model, until it is cleared.
+struct ScratchMessage {
+    explicit ScratchMessage(Store& store)
+        : message(std::make_shared<VirtualMessage>(store, 0, "_")) {}
+    ScratchMessage(const ScratchMessage&) = delete;
+    ScratchMessage& operator=(const ScratchMessage&) = delete;
+    ~ScratchMessage() { message->clearMessage(); }
+
+    const std::shared_ptr<VirtualMessage> message;
+};
+
 }  // namespace
 
 // ---- opening
@@ -111,8 +123,8 @@ bool VirtSignDialog::tryDefinition(const std::string& group) const {
     try {
         Glib::KeyFile scratch;
         if (!writeSignal(scratch, group)) return false;
-        const auto message = std::make_shared<VirtualMessage>(store_, 0, "_");
-        method().buildSignal(message, group, scratch, vsdFile_);
+        const ScratchMessage owner(store_);
+        method().buildSignal(owner.message, group, scratch, vsdFile_);
         return true;
     } catch (const Glib::Exception& error) {
         reason = error.what();
