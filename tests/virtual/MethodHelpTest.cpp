@@ -76,7 +76,7 @@ TEST(MethodHelpTest, examplesMakeSignals) {
         }
     }
     std::filesystem::remove(table);
-    EXPECT_EQ(names.size(), 36U);
+    EXPECT_GE(names.size(), 36U);
 }
 
 // Formulas, totals, filters, calculations, choices, positions.
