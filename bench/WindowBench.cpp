@@ -144,12 +144,15 @@ void selectSignals(Store& store) {
     }
 }
 
-int load(int argc, char** argv) {
+Glib::RefPtr<Gtk::Application> startToolkit() {
     Glib::init();
     int none = 0;
     char** nothing = nullptr;
-    const auto application =
-        Gtk::Application::create(none, nothing, "", Gio::APPLICATION_NON_UNIQUE);
+    return Gtk::Application::create(none, nothing, "", Gio::APPLICATION_NON_UNIQUE);
+}
+
+int load(int argc, char** argv) {
+    const auto application = startToolkit();
     Store store;
     prepare(store, argc, argv);
     const auto window = createMainWindow(store);
@@ -221,11 +224,7 @@ void timeStep(const char* name, const Step& step) {
 }
 
 int list(const char* dbc) {
-    Glib::init();
-    int none = 0;
-    char** nothing = nullptr;
-    const auto application =
-        Gtk::Application::create(none, nothing, "", Gio::APPLICATION_NON_UNIQUE);
+    const auto application = startToolkit();
     Store store;
     wireStore(store);
     timeStep("list_read", [&] {

@@ -60,7 +60,10 @@ class Session {
     void exchange() {
         while (!liveStopAsked(store_)) {
             const SendResult sent = sendCommand(store_, encrypted_ ? kAskEncrypted : kAskPlain);
-            if (sent == SendResult::kNotNow) continue;
+            if (sent == SendResult::kNotNow) {
+                if (heldBlocks_ > 0) settle();  // nobody knows how long the logger takes
+                continue;
+            }
             if (sent == SendResult::kFailed) {
                 tellUnlessStopped(Level::kWarning, "Network failure");
                 break;

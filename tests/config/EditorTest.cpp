@@ -380,7 +380,7 @@ TEST_F(EditorTest, AProtectedFileLosesNothing) {
     edit("Virt.Power.top");
     present(dialog);
     chmod(path.c_str(), 0444);
-    chmod(scratch.folder.c_str(), 0755);
+    chmod(scratch.folder.path().c_str(), 0755);
     const bool superuser = geteuid() == 0;
     constexpr uid_t kNobody = 65534;
     if (superuser) {

@@ -88,7 +88,7 @@ TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
     struct stat facts {};
     ASSERT_EQ(stat(scratch.file("bench.tvlive").c_str(), &facts), 0);
     EXPECT_EQ(facts.st_mode & 0777U, 0600U);
-    EXPECT_EQ(settings.getLivePath(), scratch.folder);
+    EXPECT_EQ(settings.getLivePath(), scratch.folder.path().string());
 
     scratch.write("other.tvlive", "TITLE=Other\nSERVER=10.0.0.1\nPORT=7770\nDBC=bus.dbc\n");
     dialog.openFile(scratch.file("other.tvlive"));
@@ -112,7 +112,7 @@ TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
 
 TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
     scratch.write("stored.tvlive", "SERVER=stored\n");
-    settings.setLivePath(scratch.folder);
+    settings.setLivePath(scratch.folder.path().string());
     present(dialog);
     const auto choose = [&](const char* name) {
         return [path = scratch.file(name)](Gtk::Dialog& asked) {

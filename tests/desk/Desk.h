@@ -25,28 +25,15 @@ namespace trelis::test {
 
 /// Settings in a folder that is thrown away.
 struct ScratchSettings {
-    ScratchSettings() {
-        char name[] = "/tmp/sigmira_gui_XXXXXX";
-        folder = mkdtemp(name);
-        settings =
-            std::make_unique<Settings>(SettingsPaths{folder + "/settings", folder + "/lists"});
-    }
-    ScratchSettings(const ScratchSettings&) = delete;
-    ScratchSettings& operator=(const ScratchSettings&) = delete;
-    ~ScratchSettings() { std::filesystem::remove_all(folder); }
-
-    [[nodiscard]] std::string file(const std::string& name) const { return folder + "/" + name; }
+    [[nodiscard]] std::string file(const std::string& name) const { return folder / name; }
     std::string write(const std::string& name, const std::string& text) const {
-        std::ofstream(file(name)) << text;
-        return file(name);
+        return folder.write(name, text);
     }
-    [[nodiscard]] std::string read(const std::string& name) const {
-        std::ifstream stream(file(name));
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    [[nodiscard]] std::string read(const std::string& name) const { return contentOf(file(name)); }
 
-    std::string folder;
-    std::unique_ptr<Settings> settings;
+    const Folder folder;
+    const std::unique_ptr<Settings> settings =
+        std::make_unique<Settings>(SettingsPaths{file("settings"), file("lists")});
 };
 
 /// Waits until the window was laid out and painted with all that changed: this happens with the

@@ -6,14 +6,11 @@ session bus and a home directory to write to. Every step waits for a condition, 
 seconds.
 """
 
-import os
-import sys
-import tempfile
 
 import pyatspi
 
 import drive_window
-from drive_window import Session, wait_for, xdotool
+from drive_window import wait_for, xdotool
 
 
 def nodes(node):
@@ -129,17 +126,5 @@ def drive(session):
     assert session.process.wait(drive_window.DEADLINE) == 0, "the exit status"
 
 
-def main():
-    program, sample = sys.argv[1:]
-    with tempfile.TemporaryDirectory() as scratch, \
-            open(os.path.join(scratch, "errors"), "w", encoding="utf-8") as errors:
-        session = Session(program, sample, errors)
-        try:
-            drive(session)
-        finally:
-            session.end()
-    session.fail_on_warnings()
-
-
 if __name__ == "__main__":
-    main()
+    drive_window.run(lambda session, _program, _scratch: drive(session))

@@ -155,7 +155,8 @@ def drive(session, program, scratch):
     assert session.process.wait(DEADLINE) == 0, "the exit status"
 
 
-def main():
+def run(drive):
+    """Starts the program of the command line for `drive`, and fails on what the toolkit says."""
     program, sample = sys.argv[1:]
     with tempfile.TemporaryDirectory() as scratch, \
             open(os.path.join(scratch, "errors"), "w", encoding="utf-8") as errors:
@@ -168,4 +169,4 @@ def main():
 
 
 if __name__ == "__main__":
-    main()
+    run(drive)

@@ -130,7 +130,7 @@ class AscImportTest : public ::testing::Test {
         EXPECT_TRUE(store.parseNow());
     }
 
-    test::ScratchFolder folder;
+    test::Folder folder;
     test::TestStore store;
     std::shared_ptr<CanIface> interface = store.addInterface("Can", 0);
     std::shared_ptr<RealMessage> message = RealMessage::create(0x123, "M", interface);
@@ -198,7 +198,7 @@ TEST_F(AscImportTest, dumpsWhatItReads) {
 }
 
 TEST(LineReaderTest, boundsItsLines) {
-    const test::ScratchFolder folder;
+    const test::Folder folder;
     std::string content = "a\n\n" + std::string(10, 'b') + "\n" + std::string(11, 'c') + "\n" +
                           std::string(300'000, 'd') + "\nlast";
     LineReader reader(folder.write("lines", content), 10);

@@ -50,7 +50,7 @@ class CsvImportTest : public ::testing::Test {
         return {samples.begin(), samples.end()};
     }
 
-    test::ScratchFolder folder;
+    test::Folder folder;
     test::TestStore store;
 };
 

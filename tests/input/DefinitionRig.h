@@ -20,7 +20,7 @@ class DefinitionTest : public testing::Test {
         return texts;
     }
 
-    ScratchFolder folder;
+    Folder folder;
     TestStore store;
 };
 

@@ -89,7 +89,7 @@ class LiveConnectionTest : public LiveTest {
         return store_.getSignal(name)->samples();
     }
 
-    ScratchFolder folder_;
+    Folder folder_;
     std::optional<ServedLogger> logger_;
 };
 

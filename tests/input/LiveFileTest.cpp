@@ -2,7 +2,6 @@
 
 #include <glibmm/init.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -16,24 +15,13 @@
 namespace trelis::test {
 namespace {
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-unsigned modeOf(const std::string& path) {
-    struct stat status {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0);
-    return status.st_mode & 0777U;
-}
-
 class LiveFile : public testing::Test {
   protected:
     LiveFile() {
         Glib::init();
         setenv("HOME", (folder_ / "").c_str(), 1);
     }
-    ScratchFolder folder_;
+    Folder folder_;
 };
 
 TEST_F(LiveFile, StoredConnectionComesBack) {

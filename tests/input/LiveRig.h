@@ -37,7 +37,7 @@ inline sim::Scenario smallScenario() {
 
 /// Reads the interfaces, messages and signals of the scenario and selects them all.
 inline void buildModel(Store& store, const sim::Scenario& scenario) {
-    const ScratchFolder folder;
+    const Folder folder;
     const RecountBatch batch(store);
     for (const auto& [number, interface] : scenario.interfaces) {
         const std::string dbc = folder.write("a.dbc", sim::dbcText(scenario, number));

@@ -74,7 +74,7 @@ class LogParserTest : public testing::Test {
     }
     static std::vector<std::string> messages() { return test::TestStore::messages(); }
 
-    test::ScratchFolder folder_;
+    test::Folder folder_;
     test::TestStore store_;
     std::shared_ptr<RealSignal> signal_;
     std::uint64_t value_ = 0;

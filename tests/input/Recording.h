@@ -12,7 +12,7 @@
 
 #include "input/stream/BlockMaker.h"
 #include "model/Frame.h"
-#include "support/ScratchFolder.h"
+#include "support/Files.h"
 
 namespace trelis::test {
 

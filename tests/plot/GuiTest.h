@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "support/ScratchFolder.h"
+#include "support/Files.h"
 
 namespace trelis::test {
 

@@ -132,7 +132,7 @@ class LogListTest : public testing::Test {
 
     using Rows = std::vector<std::string>;
 
-    test::ScratchFolder folder_;
+    test::Folder folder_;
     Settings settings_{SettingsPaths{folder_ / "settings", folder_ / "lists"}};
     TestStore store_;
     std::shared_ptr<Signal> speed_, wheel_, secret_, torque_, sum_;

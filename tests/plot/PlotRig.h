@@ -106,7 +106,7 @@ class PlotRig : public testing::Test {
         return {timeBox_.start - kStart, timeBox_.end - kStart};
     }
 
-    ScratchFolder folder_;
+    Folder folder_;
     Settings settings_;
     Store store_;
     TimeBox timeBox_;

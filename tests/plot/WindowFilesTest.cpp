@@ -2,7 +2,6 @@
 #include <gdk/gdkkeysyms.h>
 
 #include <fstream>
-#include <sstream>
 
 #include "model/Message.h"
 #include "model/Signal.h"
@@ -12,17 +11,8 @@ namespace trelis {
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
+using test::contentOf;
 using test::DialogAnswers;
-
-constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
-
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     test::present(*window_);

@@ -16,10 +16,7 @@ namespace trelis {
 namespace {
 
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
 using test::DialogAnswers;
-
-constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
 
 // Times from the first sample on, and values.
 std::vector<std::pair<std::uint64_t, double>> samplesOf(const Signal& signal) {

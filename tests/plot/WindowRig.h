@@ -100,6 +100,11 @@ class WindowProbe {
     Window& window_;
 };
 
+using Texts = std::vector<std::string>;
+
+/// A signal of the sample.
+inline constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
+
 /// A window on a Store of its own, whose definitions are those of the sample. No recording is
 /// loaded and nothing is selected.
 class WindowTest : public testing::Test {
@@ -119,7 +124,7 @@ class WindowTest : public testing::Test {
     static std::vector<std::string> takeMessages();
     std::shared_ptr<Signal> signal(const std::string& reference);
 
-    test::ScratchFolder folder_;
+    test::Folder folder_;
     Settings settings_;
     Store store_;
     std::unique_ptr<Window> window_;

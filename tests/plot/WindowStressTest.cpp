@@ -13,7 +13,6 @@ namespace trelis {
 namespace {
 
 constexpr int kRounds = 100;
-constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
 constexpr const char* kTorque = "Powertrain.EngineData.EngineTorque";
 
 void turnLoop(int turns) {
@@ -67,7 +66,7 @@ TEST_F(WindowStress, NewSelectionsAndViewsWorkAtAnyMoment) {
 }
 
 TEST(WindowLife, EndsAtAnyMoment) {
-    const test::ScratchFolder folder;
+    const test::Folder folder;
     Settings settings(SettingsPaths{folder / "settings", folder / "lists"});
     settings.setVsdFile(test::sampleFile("drive.vsd"));
     for (int round = 0; round < kRounds; ++round) {

@@ -15,10 +15,7 @@
 namespace trelis {
 namespace {
 
-using Texts = std::vector<std::string>;
 using test::DialogAnswers;
-
-constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
 
 // "label [key] tooltip" of every item, a separator a dash.
 TEST_F(WindowTest, MenusHoldTheirItemsInOrder) {

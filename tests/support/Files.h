@@ -29,10 +29,10 @@ class Folder {
     Folder& operator=(const Folder&) = delete;
     ~Folder() { fs::remove_all(path_); }
 
-    fs::path operator/(const fs::path& name) const { return path_ / name; }
+    [[nodiscard]] std::string operator/(const fs::path& name) const { return path_ / name; }
     [[nodiscard]] const fs::path& path() const { return path_; }
     /// Writes a file, and the folders above it.
-    [[nodiscard]] fs::path write(const fs::path& name, std::string_view content) const {
+    std::string write(const fs::path& name, std::string_view content) const {
         fs::create_directories((path_ / name).parent_path());
         std::ofstream(path_ / name, std::ios::binary) << content;
         return path_ / name;

@@ -26,7 +26,7 @@ class RecordingTest : public ::testing::Test {
             writeRecording(parseScenario(presetText(preset).value()), directory_ / preset);
         std::vector<LogFile> logs;
         for (const std::string& name : summary.files)
-            logs.push_back(readLog(directory_ / preset / name));
+            logs.push_back(readLog(directory_ / (preset + "/" + name)));
         return logs;
     }
 
@@ -117,7 +117,7 @@ TEST_F(RecordingTest, DamageCostsWhatItSays) {
         Scenario scenario = parseScenario(presetText("small").value());
         setRecordingKey(scenario.recording, "damage", kind);
         writeRecording(scenario, directory_ / kind);
-        const LogFile log = readLog(directory_ / kind / "small.bin");
+        const LogFile log = readLog(directory_ / (std::string(kind) + "/small.bin"));
         EXPECT_FALSE(log.sound);
         const bool last = std::string(kind) == "torn";
         const std::size_t left = std::string(kind) == "header" ? 0
