@@ -59,6 +59,8 @@ class PixelCanvas {
     [[nodiscard]] int width() const { return width_; }
     [[nodiscard]] int height() const { return height_; }
     [[nodiscard]] bool empty() const { return pixels_.empty(); }
+    /// Row by row, without gaps.
+    [[nodiscard]] std::span<const std::uint32_t> pixels() const { return pixels_; }
     [[nodiscard]] std::span<std::uint32_t> row(int y) {
         return std::span(pixels_).subspan(static_cast<std::size_t>(y) * columns(), columns());
     }

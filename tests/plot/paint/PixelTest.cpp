@@ -3,10 +3,14 @@
 #include <cairomm/surface.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <random>
 
 #include "plot/paint/LineImage.h"
 #include "plot/paint/PaintModel.h"
+#include "plot/paint/PictureLayout.h"
+#include "plot/paint/ShowPicture.h"
 
 namespace trelis::test {
 namespace {
@@ -292,6 +296,57 @@ TEST(Pixels, OfAnImageOfDoubleSizeAreMeansOfFour) {
     EXPECT_EQ(canvas.row(2)[1], 0U);
     EXPECT_EQ(canvas.row(2)[3], 0U);
     EXPECT_EQ(canvas.row(4)[2], 0U);
+}
+
+Cairo::RefPtr<Cairo::ImageSurface> newSurface(int width, int height) {
+    return Cairo::ImageSurface::create(Cairo::FORMAT_ARGB32, width, height);
+}
+
+std::uint32_t* rowOf(const Cairo::RefPtr<Cairo::ImageSurface>& surface, int y) {
+    return reinterpret_cast<std::uint32_t*>(surface->get_data() + y * surface->get_stride());
+}
+
+TEST(Pixels, AreStretchedAsTheLibrarysBilinearFilterDoes) {
+    constexpr int kHeight = 21;
+    PictureRequest request;
+    request.bounds = {0, 100000};
+    request.view = {40000, 60000};
+    request.width = 101;
+    request.height = kHeight;
+    request.rows = 1;
+    const PictureLayout layout = *layoutView(request);
+    PixelCanvas picture;
+    picture.reset(layout.width, kHeight);
+    const auto source = newSurface(layout.width, kHeight);
+    std::mt19937 random(7);
+    for (int y = 0; y < kHeight; ++y) {
+        for (std::uint32_t& pixel : picture.row(y))
+            pixel = random() % 2 == 0 ? 0 : static_cast<std::uint32_t>(random()) | 0xFF000000U;
+        std::copy_n(picture.row(y).begin(), layout.width, rowOf(source, y));
+    }
+    source->mark_dirty();
+    const TimeSpan views[] = {{45000, 55000}, {20000, 80000}, {59000, 59010}, {0, 42000},
+                              {31000, 45001}, {40000, 60900}, {70000, 90000}};
+    for (const TimeSpan& view : views) {
+        for (const int width : {101, 64}) {
+            const auto shown = newSurface(width, kHeight);
+            showPicture(Cairo::Context::create(shown), picture, layout, view, width, 0, 1);
+            const auto filtered = newSurface(width, kHeight);
+            const auto cr = Cairo::Context::create(filtered);
+            const Stretch stretch = stretchOf(layout, view, width);
+            cr->translate(stretch.offset, 0);
+            cr->scale(stretch.factor, 1);
+            const auto pattern = Cairo::SurfacePattern::create(source);
+            pattern->set_filter(Cairo::FILTER_BILINEAR);
+            cr->set_source(pattern);
+            cr->paint();
+            int most = 0;
+            for (int byte = 0; byte < kHeight * shown->get_stride(); ++byte)
+                most =
+                    std::max(most, std::abs(shown->get_data()[byte] - filtered->get_data()[byte]));
+            EXPECT_LE(most, 3) << view.start << " to " << view.end << ", " << width << " columns";
+        }
+    }
 }
 
 }  // namespace
