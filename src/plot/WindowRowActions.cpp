@@ -60,7 +60,11 @@ void Window::popupPlotMenu(const std::shared_ptr<Signal>& signal) {
     dropdowns_.showAll(kMenu);
     dropdowns_.setTitle(signal ? signal->name : "");
     if (!isOnBus(signal)) dropdowns_.hideRow(kMenu, DropdownRow::kMessageRate);
-    if (!isVirtual(signal)) dropdowns_.hideRow(kMenu, DropdownRow::kEditSignal);
+    if (!isVirtual(signal)) {
+        dropdowns_.hideRow(kMenu, DropdownRow::kEditSignal);
+        // Nothing is left below the separator.
+        dropdowns_.hideRow(kMenu, DropdownRow::kSeparator3);
+    }
     dropdowns_.popup(kMenu);
 }
 

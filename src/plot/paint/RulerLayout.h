@@ -22,9 +22,10 @@ struct RulerColumns {
 
     [[nodiscard]] bool hasLeft() const { return leftTime > 0; }
     [[nodiscard]] bool hasRight() const { return rightTime > 0; }
-    /// A ruler outside the view has no labels: they would stand at the edge without their line.
-    [[nodiscard]] bool showsLeft() const { return hasLeft() && left >= 0 && left < width; }
-    [[nodiscard]] bool showsRight() const { return hasRight() && right >= 0 && right < width; }
+    /// A ruler outside the view has no labels: they would stand at the edge without their line. One
+    /// on the very edge has: a crop leaves both there.
+    [[nodiscard]] bool showsLeft() const { return hasLeft() && left >= 0 && left <= width; }
+    [[nodiscard]] bool showsRight() const { return hasRight() && right >= 0 && right <= width; }
     /// Labels point away from the other ruler.
     [[nodiscard]] bool leftPointsLeft() const { return hasRight() && right >= left; }
     [[nodiscard]] bool rightPointsLeft() const { return hasRight() && hasLeft() && right < left; }

@@ -57,6 +57,7 @@ TEST(RulerLayout, PointsLabelsAwayFromTheOtherRuler) {
         EXPECT_EQ(at.rightPointsLeft(), one.rightPointsLeft) << one.left << " " << one.right;
     }
     EXPECT_FALSE(columns(2500, -1).showsLeft()) << "outside the view";
+    EXPECT_TRUE(columns(-1, 2000).showsRight()) << "on the edge, as after a crop";
     EXPECT_FALSE(columns(0, -1).showsLeft());
 }
 
