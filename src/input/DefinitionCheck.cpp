@@ -142,7 +142,8 @@ int checkDefinitions(Store& store, const std::string& dbcPath, const std::string
     const DefinitionPaths paths{dbcPath, vsdPath};
     Collector asEver;
     const bool complete = asEver.load(store, paths);
-    if (!complete) {
+    // What ends a tolerant reading at the same place has nothing more to show.
+    if (!complete && tolerantMeans(asEver.findings.back().fault) != TolerantMeans::kNothing) {
         Store scratch;
         scratch.noGui = true;
         scratch.tolerantDefinitions = true;
