@@ -6,6 +6,7 @@
 #include <mbedtls/aes.h>
 #include <mbedtls/md.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -83,6 +84,19 @@ class Descriptor {
     int fd_;
 };
 
+/// The two ends of a connection without a port.
+struct SocketPair {
+    SocketPair() : SocketPair(make()) {}
+    explicit SocketPair(std::array<int, 2> ends) : near(ends[0]), far(ends[1]) {}
+    static std::array<int, 2> make() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+        return ends;
+    }
+    Descriptor near;
+    Descriptor far;
+};
+
 /// A file in memory, positioned at its start.
 inline Descriptor fileWith(std::span<const std::uint8_t> content) {
     Descriptor file(memfd_create("blocks", 0));
@@ -90,6 +104,15 @@ inline Descriptor fileWith(std::span<const std::uint8_t> content) {
               static_cast<ssize_t>(content.size()));
     lseek(file.get(), 0, SEEK_SET);
     return file;
+}
+
+/// Expects the parts in the text, one behind the other.
+inline void expectInOrder(const std::string& text, const std::vector<std::string>& parts) {
+    std::size_t from = 0;
+    for (const std::string& part : parts) {
+        from = text.find(part, from);
+        ASSERT_NE(from, std::string::npos) << part << "\n" << text;
+    }
 }
 
 /// All whole records of the codec's current block, joined, as readers get them.
