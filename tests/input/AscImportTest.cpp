@@ -32,33 +32,20 @@ std::string told(std::string_view line) {
     return text.str();
 }
 
-TEST(AscLine, readsReceivedDataFramesAndPassesOverAllElse) {
+TEST(AscLine, readsReceivedDataFrames) {
     const std::pair<const char*, const char*> cases[] = {
         {"0.0010 1 123 Rx d 2 AA BB", "1 123 2 0 aa bb"},
-        {"0.0020 1 1ABCDEFx Rx d 0", "2 81abcdef 0 0"},
-        {"1.001 2 7FF Rx d 1 0", "1001 7ff 1 1 0"},
-        {"1.2340 1 123x Rx d 1 ff\r", "1234 80000123 1 0 ff"},
+        {"0.0020 2 1ABCDEFx Rx d 0\r", "2 81abcdef 0 1"},
         {"  1,5 1   123   Rx   d   1   7  ", "1500 123 1 0 7"},
         {"0.0009 1 1 Rxd1 5", "0 1 1 0 5"},  // blanks of the pattern match none, too
-        {"1.5 0 1 Rx d 1 5", "1500 1 1 255 5"},
-        {"1.5 257 1 Rx d 1 5", "1500 1 1 0 5"},
-        {"1.5 1 1 Rx d 3 1FF 2", "1500 1 3 0 ff 2 0"},
         {"1.5 1 1 Rx d 12 1 2 3 4 5 6 7 8 9 A B C", "1500 1 12 0 1 2 3 4 5 6 7 8"},
-        {"1.5 1 FFFFFFFFx Rx d 1 5", "1500 9fffffff 1 0 5"},
-        {"1.5 1 FFFFFFFF Rx d 1 5", "1500 1fffffff 1 0 5"},
         {"4294968.295 1 1 Rx d 0", "999 1 0 0"},  // 32 bits of ms
         {"-0.001 1 1 Rx d 0", "4294967295 1 0 0"},
         {"1e1 1 1 Rx d 0", "10000 1 0 0"},
+        {"1e300 1 123 Rx d 1 0", ""},
     };
     for (const auto& [line, frame] : cases)
         EXPECT_EQ(told(line), frame) << line;
-    for (const char* line :
-         {"", "date Mon Mar 4 08:00:00.000 am 2024", "base hex  timestamps absolute",
-          "// a comment", "0.0010 1 123 Tx d 2 AA BB", "0.0010 1 123 Rx r",
-          "0.0010 1 123 rx d 2 AA BB", "0.0010 1 123 Rx d", "0.0010 1 123 Rx d 2", "x 1 123 Rx d 0",
-          "0.0010 1 ErrorFrame", "0.0010 1 xyz Rx d 1 0", "0.0010 a 123 Rx d 1 0",
-          "1e300 1 123 Rx d 1 0", "2024-03-04 08:00:00.000 1 123 Rx d 1 00"})
-        EXPECT_EQ(told(line), "") << line;
 }
 
 // What a line is to be by the C library.
@@ -86,7 +73,15 @@ std::string toldByLibrary(const std::string& line) {
     return text.str();
 }
 
-TEST(AscLine, agreesWithTheLibraryOnDamagedLines) {
+TEST(AscLine, agreesWithTheLibrary) {
+    for (const char* line :
+         {"1 0 1 Rx d 1 5", "1 257 1 Rx d 1 5", "1 1 1 Rx d 3 1FF 2", "1 1 FFFFFFFFx Rx d 1 5",
+          "1 1 FFFFFFFF Rx d 1 5", "", "date Mon Mar 4 08:00:00.000 am 2024",
+          "base hex  timestamps absolute", "// a comment", "1 1 123 Tx d 2 AA BB", "1 1 123 Rx r",
+          "1 1 123 rx d 2 AA BB", "1 1 123 Rx d", "1 1 123 Rx d 2", "x 1 123 Rx d 0",
+          "1 1 ErrorFrame", "1 1 xyz Rx d 1 0", "1 a 123 Rx d 1 0",
+          "2024-03-04 08:00:00.000 1 123 Rx d 1 00"})
+        EXPECT_EQ(told(line), toldByLibrary(line)) << line;
     test::Randomness random;
     SCOPED_TRACE(random.trace());
     for (int round = 0; round < 20000; ++round) {

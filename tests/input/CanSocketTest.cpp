@@ -7,6 +7,7 @@
 #include "LiveRig.h"
 #include "app/diagnostics/Exceptions.h"
 #include "input/LiveRun.h"
+#include "support/Model.h"
 
 namespace trelis::test {
 namespace {
@@ -38,20 +39,14 @@ struct DatagramPair {
 class CanSocketTest : public testing::Test {
   protected:
     CanSocketTest() {
-        Glib::init();
         store_.dongleMode = true;
         wireLiveInputs(store_);
-        const auto owner = store_.addInterface("Can0", 0);
-        const auto message = RealMessage::create(0x123, "M", owner);
-        owner->addMessage(message);
-        signal_ = RealSignal::create(message, "S", 0, 8, 1, '+', "", 1, 0, 0, 0);
-        message->addSignal("S", signal_);
-        signal_->setSelected(true);
-        takeMessages();
+        const auto message = store_.addMessage(0x123, "M");
+        message->addSignal("S", byteAt(message, "S", 0));
+        message->selectAll(true);
     }
 
-    Store store_;
-    std::shared_ptr<RealSignal> signal_;
+    BusStore store_;
 };
 
 TEST_F(CanSocketTest, OneFrameWithItsTime) {
@@ -76,13 +71,12 @@ TEST_F(CanSocketTest, OneFrameWithItsTime) {
 
 TEST_F(CanSocketTest, FramesAreDecodedUntilTheInterfaceFails) {
     const DatagramPair pair;
-    store_.noGui = true;
     for (std::uint8_t i = 1; i <= 50; ++i)
         pair.put(canFrame(0x123, 8, i));
     pair.put({}, 1);  // no frame
     readCanFrames(store_, pair.near.get());
     EXPECT_EQ(store_.framesRead, 50U);
-    const auto values = valuesOf(store_).at("Can0.M.S");
+    const auto values = valuesOf(store_).at("Can.M.S");
     ASSERT_EQ(values.size(), 50U);
     EXPECT_EQ(values.back().value, 50.0);
     EXPECT_GE(store_.parseLastTime, store_.firstTime + kLiveWindowMs);
@@ -103,7 +97,6 @@ TEST_F(CanSocketTest, SilentInterfaceCanBeStopped) {
 
 TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
     store_.dongleChannel = 987654;
-    store_.noGui = true;
     testing::internal::CaptureStderr();
     EXPECT_THROW(store_.parseNow(), PrintMsgError);
     const std::string printed = testing::internal::GetCapturedStderr();

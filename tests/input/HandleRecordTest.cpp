@@ -50,15 +50,14 @@ TEST_F(HandleRecordTest, takesAFallingClockForItsOverflow) {
 }
 
 TEST_F(HandleRecordTest, setsItsBaseByTheAnchor) {
-    struct Case {
+    const struct {
         const char* what;
         std::uint32_t clock;
         std::uint64_t anchor;
         std::uint64_t time;
         std::size_t bases;
-    };
-    // The first record stood at 1000000 with a clock of 5000; each case comes next.
-    const Case cases[] = {
+    } cases[] = {
+        // The first record stood at 1000000 with a clock of 5000; each case comes next.
         {"the clock runs on", 6000, 1'001'000, 1'001'000, 1},
         {"the anchor lies behind the clock", 6000, 1'000'000, 1'001'000, 1},
         {"an anchor 20 s ahead is drift", 6000, 1'021'000, 1'001'000, 1},
@@ -66,13 +65,14 @@ TEST_F(HandleRecordTest, setsItsBaseByTheAnchor) {
         {"the clock began anew", 0, 1'300'000, 1'300'000, 2},
         {"the clock began anew, the anchor is too early", 0, 999'000, 1'000'000, 2},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         resetTimeAxis(store);
         bases.clear();
         EXPECT_EQ(timeOf(5000, 1'000'000), 1'000'000U);
-        EXPECT_EQ(timeOf(c.clock, c.anchor), c.time) << c.what;
-        EXPECT_EQ(bases.size(), c.bases) << c.what;
-        EXPECT_EQ(timeOf(c.clock + 10), c.time + 10) << c.what;
+        EXPECT_EQ(timeOf(c.clock, c.anchor), c.time);
+        EXPECT_EQ(bases.size(), c.bases);
+        EXPECT_EQ(timeOf(c.clock + 10), c.time + 10);
     }
     EXPECT_TRUE(test::TestStore::messages().empty());
 }
@@ -88,39 +88,37 @@ TEST_F(HandleRecordTest, livesWithABaseBeforeTheEpoch) {
 
 TEST_F(HandleRecordTest, handsRecordsToWhoWantsThem) {
     const auto message = store.addMessage(1, "M");
-    const std::shared_ptr<Signal> signal = test::byteAt(message, "s", 0);
+    const auto signal = test::byteAt(message, "s", 0);
     message->addSignal("s", signal);
     addBuiltinMessages(store);
     const auto errors = store.getSignal("ST_Can.Error.CountBusOff");
     BitRate* rate = bitRateOf(store, 0);
 
+    /// Who then has data: the signal, the count of errors, the bus load.
     const auto feed = [&] {
         store.buildActiveMaps();
         resetTimeAxis(store);
-        for (const auto& each : {signal, errors})
-            each->clearSamples();
+        signal->clearSamples();
+        errors->clearSamples();
         rate->clearSamples();
         handleRecord(store, frameAt(100, 1));
         handleRecord(store, frameAt(300, 1));
         handleRecord(store, frameAt(400, kErrorFrameFlag | 0x40));
         handleRecord(store, frameAt(500, 99));        // no message
         handleRecord(store, frameAt(600, 1, 0, 77));  // no interface
+        return std::array{signal->hasData.load(), errors->hasData.load(), rate->hasData.load()};
     };
-    feed();
-    EXPECT_FALSE(signal->hasData || errors->hasData || rate->hasData);
+    EXPECT_EQ(feed(), (std::array{false, false, false}));
     signal->setSelected(true);
-    feed();
+    EXPECT_EQ(feed(), (std::array{true, false, false}));
     EXPECT_EQ(signal->lastSeenTime, 300U);
-    EXPECT_FALSE(errors->hasData || rate->hasData);
     rate->setSelected(true);
     errors->setSelected(true);
-    feed();
-    EXPECT_TRUE(errors->hasData && rate->hasData);
+    EXPECT_EQ(feed(), (std::array{true, true, true}));
     EXPECT_EQ(rate->samples().size(), 2U) << "the error frame has no length";
     store.clearSelection();
     store.readAll = true;
-    feed();
-    EXPECT_TRUE(signal->hasData && errors->hasData && rate->hasData);
+    EXPECT_EQ(feed(), (std::array{true, true, true}));
 }
 
 // Throws while it decodes.

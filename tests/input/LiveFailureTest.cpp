@@ -10,6 +10,7 @@
 #include "app/diagnostics/Exceptions.h"
 #include "input/EncryptedStream.h"
 #include "input/LoggerSocket.h"
+#include "simlogger/StreamCipher.h"
 
 // The cipher library works unless a test breaks it.
 namespace {
@@ -42,7 +43,6 @@ const std::string kBadTag = "WRN Message could not be authenticated, wrong key o
 const std::string kTryPlain = "INF Check that logger is set up for non-encrypted data";
 const std::string kTryKey = "INF Check that logger is set up for encrypted data";
 const std::string kKey = "geheim";
-const Texts kNone;
 
 class LiveFailure : public LiveTest {
   protected:
@@ -67,6 +67,7 @@ class LiveFailure : public LiveTest {
 TEST_F(LiveFailure, EachEndIsToldInItsWords) {
     const std::string unpack = "WRN uncompress error (p->in_len: ";
     const std::string magic = "WRN Didn't find magic number";
+    const std::string odd = "ERR Length: 17 is not divisible by 16";
     const std::string reset = "WRN Stream read error: Connection reset by peer";
     const struct {
         std::string loggerKey;
@@ -86,18 +87,13 @@ TEST_F(LiveFailure, EachEndIsToldInItsWords) {
         {"", "", Fault::kOverflow, 2, {kBadData}, "4294967295"},
         {kKey, kKey, Fault::kClose, 0, {kEnded, kTryKey}},
         {kKey, kKey, Fault::kClose, 2, {kEnded}},
-        {kKey, kKey, Fault::kReset, 2, kNone, reset},
+        {kKey, kKey, Fault::kReset, 2, {}, reset},
         {kKey, kKey, Fault::kGarbage, 0, {kTryKey}, magic},
         {kKey, kKey, Fault::kBadBlock, 0, {kTryKey}, unpack},
         {kKey, kKey, Fault::kEmpty, 0, {kEnded}},  // empty frames are allowed
         {kKey, kKey, Fault::kTooLong, 2, {"ERR Got invalid data length when decrypting"}},
         {kKey, kKey, Fault::kOverflow, 2, {"ERR Decryption buffer overflow"}},
-        {kKey,
-         kKey,
-         Fault::kOddLength,
-         2,
-         {"ERR Decryption failed"},
-         "ERR Length: 17 is not divisible by 16"},
+        {kKey, kKey, Fault::kOddLength, 2, {"ERR Decryption failed"}, odd},
         {kKey, kKey, Fault::kWrongTag, 2, {kBadTag}},
         {kKey, kKey, Fault::kWrongKey, 0, {kBadTag, kTryKey}},
         {kKey, "", Fault::kNone, 0, {kBadData, kTryPlain}, magic},  // encrypted data unasked
@@ -113,7 +109,7 @@ TEST_F(LiveFailure, EachEndIsToldInItsWords) {
         options.fault = row.fault;
         options.faultAfter = row.after;
         const ServedLogger logger(options, [this] { return sim::scenarioFeed(scenario_); });
-        const bool fatal = row.messages != kNone && row.messages.front().starts_with("ERR");
+        const bool fatal = !row.messages.empty() && row.messages.front().starts_with("ERR");
         EXPECT_EQ(run(logger.server().port(), row.clientKey), !fatal);
         EXPECT_EQ(takeMessages(), row.messages) << printed_;
         EXPECT_NE(printed_.find(row.printed), std::string::npos) << printed_;
@@ -213,8 +209,8 @@ TEST_F(LiveFailure, PlainBufferTurnsRoundWithoutLoss) {
         append(expected, payload(17982, i));
     }
     blocks.resize(blocks.size() / 16 * 16);
-    FrameSender sender(key.substr(0, 4), {1, 2, 3});
-    Bytes sent(sender.head.begin(), sender.head.end());
+    sim::StreamCipher sender(key.substr(0, 4), {1, 2, 3});
+    Bytes sent(sender.head().begin(), sender.head().end());
     for (std::span<const std::uint8_t> rest = blocks; !rest.empty();) {
         const std::size_t length = std::min<std::size_t>(1'400'000, rest.size());
         append(sent, sender.frame(rest.first(length)));

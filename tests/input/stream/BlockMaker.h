@@ -1,10 +1,8 @@
-// The logger's side of the block format, for tests: blocks, encrypted frames and descriptors.
+// The logger's side of the block format, for tests: blocks, and descriptors to read them from.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <lz4.h>
-#include <mbedtls/aes.h>
-#include <mbedtls/md.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -15,7 +13,6 @@
 #include <numeric>
 #include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -126,52 +123,5 @@ inline Bytes takeRecords(StreamCodec& codec) {
     }
     return all;
 }
-
-/// The sender of an encrypted stream.
-class FrameSender {
-  public:
-    FrameSender(std::string_view keyText, const std::array<std::uint8_t, 16>& iv)
-        : head(iv), iv_(iv) {
-        Bytes salted(iv.begin(), iv.end());
-        salted.resize(32, 0);
-        salted.insert(salted.end(), keyText.begin(), keyText.end());
-        std::array<std::uint8_t, 20> digest{};
-        EXPECT_EQ(mbedtls_md(sha1(), salted.data(), salted.size(), digest.data()), 0);
-        std::copy_n(digest.begin(), key_.size(), key_.begin());
-        mbedtls_aes_init(&aes_);
-        EXPECT_EQ(mbedtls_aes_setkey_enc(&aes_, key_.data(), 128), 0);
-    }
-    FrameSender(const FrameSender&) = delete;
-    FrameSender& operator=(const FrameSender&) = delete;
-    ~FrameSender() { mbedtls_aes_free(&aes_); }
-
-    /// Cipher text and tag; `plain` is a multiple of 16 bytes long.
-    Bytes seal(std::span<const std::uint8_t> plain) {
-        Bytes sealed(plain.size() + 20);
-        EXPECT_EQ(mbedtls_aes_crypt_cbc(&aes_, MBEDTLS_AES_ENCRYPT, plain.size(), iv_.data(),
-                                        plain.data(), sealed.data()),
-                  0);
-        EXPECT_EQ(mbedtls_md_hmac(sha1(), key_.data(), key_.size(), sealed.data(), plain.size(),
-                                  sealed.data() + plain.size()),
-                  0);
-        return sealed;
-    }
-    /// As seal, with the length in front.
-    Bytes frame(std::span<const std::uint8_t> plain) {
-        Bytes bytes;
-        appendWord(bytes, static_cast<std::uint32_t>(plain.size()));
-        append(bytes, seal(plain));
-        return bytes;
-    }
-
-    const std::array<std::uint8_t, 16> head;  ///< what the stream begins with
-
-  private:
-    static const mbedtls_md_info_t* sha1() { return mbedtls_md_info_from_type(MBEDTLS_MD_SHA1); }
-
-    mbedtls_aes_context aes_{};
-    std::array<std::uint8_t, 16> iv_;
-    std::array<std::uint8_t, 16> key_{};
-};
 
 }  // namespace trelis::test
