@@ -4,6 +4,8 @@
 
 #include <linux/can.h>
 
+#include <numeric>
+
 #include "LiveRig.h"
 #include "app/diagnostics/Exceptions.h"
 #include "input/LiveRun.h"

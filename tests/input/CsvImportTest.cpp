@@ -48,14 +48,13 @@ class CsvImportTest : public ::testing::Test {
 };
 
 TEST_F(CsvImportTest, guessesTheShapeOfATable) {
-    struct Case {
+    const std::string rows = "\n0;1;2;3\n0;1;2;3\n0;1;2;3\n0;1;2;3\r\n";
+    const struct {
         std::string text;
         Texts columns;
         char delimiter;
         std::uint64_t skip;
-    };
-    const std::string rows = "\n0;1;2;3\n0;1;2;3\n0;1;2;3\n0;1;2;3\r\n";
-    const Case cases[] = {
+    } cases[] = {
         {"time;speed (km/h);temp\ns;;C\n0;1;2\n1;1;2\n2;1;2\n", {"speed/", "temp/C"}, ';', 2},
         {"note\nmore notes\n\ntime,a,b\n0,1,2\n", {"a/", "b/"}, ',', 4},
         {"note\nmore\ntime,a,b\n0,1,2\n1,1,2\n", {"a/", "b/"}, ',', 3},
@@ -66,16 +65,16 @@ TEST_F(CsvImportTest, guessesTheShapeOfATable) {
         {"t,x;a\n0,1;1\n0,1;1\n0,1;1\n0,1;1\n", {"a/"}, ';', 1},
         {"t;gr\xFC\xDF;b;c" + rows, {"grüß/", "b/", "c/"}, ';', 1},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(prepare({c.text}), c.columns) << c.text;
-        EXPECT_EQ(store.csvDelimiter, c.delimiter) << c.text;
-        EXPECT_EQ(store.csvRowsToSkip, c.skip) << c.text;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(prepare({c.text}), c.columns);
+        EXPECT_EQ(store.csvDelimiter, c.delimiter);
+        EXPECT_EQ(store.csvRowsToSkip, c.skip);
     }
 }
 
 TEST_F(CsvImportTest, refusesWhatIsNoTable) {
-    const std::string file = (folder / "t0.csv");
-    const std::string few = "Couldn't read first 5 line of file " + file;
+    const std::string few = "Couldn't read first 5 line of file " + (folder / "t0.csv");
     EXPECT_EQ(prepare({}), Texts{"No CSV files given ..."});
     EXPECT_EQ(prepare({"t;a\n0;1\n0;1\n0;1\n"}), Texts{few});
     EXPECT_EQ(prepare({""}), Texts{few});
