@@ -2,22 +2,14 @@
 // a virtual one ("ip link add dev can0 type vcan") and is skipped without.
 #include "input/CanSocket.h"
 
-#include <glibmm/init.h>
 #include <linux/can.h>
-#include <net/if.h>
-#include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
-#include <filesystem>
-#include <fstream>
-#include <thread>
+#include <numeric>
 
 #include "LiveRig.h"
 #include "app/diagnostics/Exceptions.h"
-#include "input/LiveConnection.h"
 #include "input/LiveRun.h"
-#include "input/stream/BlockMaker.h"
+#include "support/Model.h"
 
 namespace trelis::test {
 namespace {
@@ -26,37 +18,22 @@ can_frame canFrame(std::uint32_t id, std::uint8_t length, std::uint8_t firstByte
     can_frame frame{};
     frame.can_id = id;
     frame.can_dlc = length;
-    for (std::uint8_t i = 0; i < 8; ++i)
-        frame.data[i] = static_cast<std::uint8_t>(firstByte + i);
+    std::iota(frame.data, frame.data + 8, firstByte);
     return frame;
 }
 
 /// Two connected sockets that keep the arrival times of their datagrams, as CAN sockets do.
 struct DatagramPair {
-    DatagramPair() : near(bound(nearAddress)), far(bound(farAddress)) {
-        join(near, farAddress);
-        join(far, nearAddress);
-    }
-    static Descriptor bound(sockaddr_in& address) {
-        Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
-        address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(socket.get(), generic, size), 0);
-        EXPECT_EQ(getsockname(socket.get(), generic, &size), 0);
-        return socket;
-    }
-    static void join(const Descriptor& socket, const sockaddr_in& address) {
-        EXPECT_EQ(
-            connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    DatagramPair()
+        : near(boundSocket(SOCK_DGRAM, nearAddress)), far(boundSocket(SOCK_DGRAM, farAddress)) {
+        EXPECT_EQ(connectTo(near, farAddress), 0);
+        EXPECT_EQ(connectTo(far, nearAddress), 0);
     }
     void put(const can_frame& frame, std::size_t size = sizeof(can_frame)) const {
         EXPECT_EQ(send(far.get(), &frame, size, 0), static_cast<ssize_t>(size));
     }
-    sockaddr_in nearAddress{};
-    sockaddr_in farAddress{};
+    sockaddr_in nearAddress;
+    sockaddr_in farAddress;
     Descriptor near;
     Descriptor far;
 };
@@ -64,20 +41,14 @@ struct DatagramPair {
 class CanSocketTest : public testing::Test {
   protected:
     CanSocketTest() {
-        Glib::init();
         store_.dongleMode = true;
         wireLiveInputs(store_);
-        const auto owner = store_.addInterface("Can0", 0);
-        const auto message = RealMessage::create(0x123, "M", owner);
-        owner->addMessage(message);
-        signal_ = RealSignal::create(message, "S", 0, 8, 1, '+', "", 1, 0, 0, 0);
-        message->addSignal("S", signal_);
-        signal_->setSelected(true);
-        takeMessages();
+        const auto message = store_.addMessage(0x123, "M");
+        message->addSignal("S", byteAt(message, "S", 0));
+        message->selectAll(true);
     }
 
-    Store store_;
-    std::shared_ptr<RealSignal> signal_;
+    BusStore store_;
 };
 
 TEST_F(CanSocketTest, OneFrameWithItsTime) {
@@ -102,15 +73,13 @@ TEST_F(CanSocketTest, OneFrameWithItsTime) {
 
 TEST_F(CanSocketTest, FramesAreDecodedUntilTheInterfaceFails) {
     const DatagramPair pair;
-    store_.noGui = true;
     for (std::uint8_t i = 1; i <= 50; ++i)
         pair.put(canFrame(0x123, 8, i));
     pair.put({}, 1);  // no frame
     readCanFrames(store_, pair.near.get());
     EXPECT_EQ(store_.framesRead, 50U);
-    const auto values = valuesOf(store_).at("Can0.M.S");
+    const auto values = valuesOf(store_).at("Can.M.S");
     ASSERT_EQ(values.size(), 50U);
-    EXPECT_EQ(values.front().value, 1.0);
     EXPECT_EQ(values.back().value, 50.0);
     EXPECT_GE(store_.parseLastTime, store_.firstTime + kLiveWindowMs);
     EXPECT_EQ(takeMessages(), Texts{"WRN kvaser dongle read error"});
@@ -130,7 +99,6 @@ TEST_F(CanSocketTest, SilentInterfaceCanBeStopped) {
 
 TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
     store_.dongleChannel = 987654;
-    store_.noGui = true;
     testing::internal::CaptureStderr();
     EXPECT_THROW(store_.parseNow(), PrintMsgError);
     const std::string printed = testing::internal::GetCapturedStderr();
@@ -142,17 +110,9 @@ TEST_F(CanSocketTest, InterfaceThatIsNotThere) {
 
 /// The number of an interface "can<N>" that is up, or -1.
 int liveChannel() {
-    constexpr int kCanHardware = 280;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/sys/class/net", error)) {
-        const std::string name = entry.path().filename();
-        int hardware = 0;
-        std::string state;
-        std::ifstream(entry.path() / "type") >> hardware;
-        std::ifstream(entry.path() / "operstate") >> state;
-        if (hardware == kCanHardware && name.starts_with("can") && state != "down")
-            return std::atoi(name.c_str() + 3);
-    }
+    for (const std::string& name : canInterfaces())
+        if (contentOf("/sys/class/net/" + name + "/operstate") != "down\n")
+            return canChannelOf(name).value_or(-1);
     return -1;
 }
 

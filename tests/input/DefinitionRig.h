@@ -5,10 +5,15 @@
 
 #include <string>
 
-#include "input/Recording.h"
+#include "support/Files.h"
 #include "support/TestStore.h"
 
 namespace trelis::test {
+
+/// The line of a signal without scale, range and unit.
+inline std::string signalLine(const std::string& form) {
+    return " SG_ " + form + " (1,0) [0|0] \"\" X\n";
+}
 
 class DefinitionTest : public testing::Test {
   protected:

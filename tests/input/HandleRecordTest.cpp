@@ -1,33 +1,18 @@
 #include "input/HandleRecord.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/Report.h"
-#include "model/RealMessage.h"
+#include "input/Recording.h"
 #include "model/builtin/BitRate.h"
 #include "model/builtin/BuiltinMessages.h"
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis {
 namespace {
 
-using Times = std::vector<std::uint64_t>;
-
-Frame recordAt(std::uint32_t clock, std::uint32_t id = 1, std::uint8_t interface = 0) {
-    Frame record;
-    record.timestamp = clock;
-    record.id = id;
-    record.dlc = 8;
-    record.interface = interface;
-    return record;
-}
+using test::frameAt;
 
 class HandleRecordTest : public ::testing::Test {
   protected:
@@ -41,12 +26,12 @@ class HandleRecordTest : public ::testing::Test {
     /// Absolute time of a record with this clock; `anchor` announces a start time before it.
     std::uint64_t timeOf(std::uint32_t clock, std::uint64_t anchor = 0) {
         store.nextFileStart = anchor;
-        handleRecord(store, recordAt(clock));
+        handleRecord(store, frameAt(clock, 1));
         EXPECT_EQ(store.nextFileStart, 0U);
         return store.lastTime;
     }
 
-    test::TestStore store;
+    test::BusStore store;
     std::vector<std::pair<std::uint64_t, std::uint64_t>> bases;
 };
 
@@ -58,22 +43,21 @@ TEST_F(HandleRecordTest, takesAFallingClockForItsOverflow) {
     // A little step back counts as one, too.
     EXPECT_EQ(timeOf(4), 1'000'300U + 4'294'967'294ULL);
     EXPECT_EQ(test::TestStore::messages(),
-              (std::vector<std::string>{"can message timestamp has overflowed (5)",
-                                        "can message timestamp has overflowed (4)"}));
-    EXPECT_EQ(bases.size(), 3U);
+              (test::Messages{"can message timestamp has overflowed (5)",
+                              "can message timestamp has overflowed (4)"}));
+    ASSERT_EQ(bases.size(), 3U);
     EXPECT_EQ(bases[1], (std::pair<std::uint64_t, std::uint64_t>{1'000'300, 1'000'295}));
 }
 
 TEST_F(HandleRecordTest, setsItsBaseByTheAnchor) {
-    struct Case {
+    const struct {
         const char* what;
         std::uint32_t clock;
         std::uint64_t anchor;
         std::uint64_t time;
         std::size_t bases;
-    };
-    // The first record stood at 1000000 with a clock of 5000; each case comes next.
-    const Case cases[] = {
+    } cases[] = {
+        // The first record stood at 1000000 with a clock of 5000; each case comes next.
         {"the clock runs on", 6000, 1'001'000, 1'001'000, 1},
         {"the anchor lies behind the clock", 6000, 1'000'000, 1'001'000, 1},
         {"an anchor 20 s ahead is drift", 6000, 1'021'000, 1'001'000, 1},
@@ -81,13 +65,14 @@ TEST_F(HandleRecordTest, setsItsBaseByTheAnchor) {
         {"the clock began anew", 0, 1'300'000, 1'300'000, 2},
         {"the clock began anew, the anchor is too early", 0, 999'000, 1'000'000, 2},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         resetTimeAxis(store);
         bases.clear();
         EXPECT_EQ(timeOf(5000, 1'000'000), 1'000'000U);
-        EXPECT_EQ(timeOf(c.clock, c.anchor), c.time) << c.what;
-        EXPECT_EQ(bases.size(), c.bases) << c.what;
-        EXPECT_EQ(timeOf(c.clock + 10), c.time + 10) << c.what;
+        EXPECT_EQ(timeOf(c.clock, c.anchor), c.time);
+        EXPECT_EQ(bases.size(), c.bases);
+        EXPECT_EQ(timeOf(c.clock + 10), c.time + 10);
     }
     EXPECT_TRUE(test::TestStore::messages().empty());
 }
@@ -102,43 +87,38 @@ TEST_F(HandleRecordTest, livesWithABaseBeforeTheEpoch) {
 }
 
 TEST_F(HandleRecordTest, handsRecordsToWhoWantsThem) {
-    const auto can = store.addInterface("Can0", 0);
-    const auto message = RealMessage::create(1, "M", can);
-    can->addMessage(message);
-    message->addSignal("s", RealSignal::create(message, "s", 0, 8, 1, '+', "", 1, 0, 0, 0));
+    const auto message = store.addMessage(1, "M");
+    const auto signal = test::byteAt(message, "s", 0);
+    message->addSignal("s", signal);
     addBuiltinMessages(store);
-    const auto signal = store.getSignal("Can0.M.s");
-    const auto errors = store.getSignal("ST_Can0.Error.CountBusOff");
+    const auto errors = store.getSignal("ST_Can.Error.CountBusOff");
     BitRate* rate = bitRateOf(store, 0);
 
+    /// Who then has data: the signal, the count of errors, the bus load.
     const auto feed = [&] {
         store.buildActiveMaps();
         resetTimeAxis(store);
-        for (const auto& each : {signal, errors})
-            each->clearSamples();
+        signal->clearSamples();
+        errors->clearSamples();
         rate->clearSamples();
-        handleRecord(store, recordAt(100));
-        handleRecord(store, recordAt(300));
-        handleRecord(store, recordAt(400, kErrorFrameFlag | 0x40));
-        handleRecord(store, recordAt(500, 99));     // no message
-        handleRecord(store, recordAt(600, 1, 77));  // no interface
+        handleRecord(store, frameAt(100, 1));
+        handleRecord(store, frameAt(300, 1));
+        handleRecord(store, frameAt(400, kErrorFrameFlag | 0x40));
+        handleRecord(store, frameAt(500, 99));        // no message
+        handleRecord(store, frameAt(600, 1, 0, 77));  // no interface
+        return std::array{signal->hasData.load(), errors->hasData.load(), rate->hasData.load()};
     };
-    feed();
-    EXPECT_FALSE(signal->hasData || errors->hasData || rate->hasData);
+    EXPECT_EQ(feed(), (std::array{false, false, false}));
     signal->setSelected(true);
-    feed();
-    EXPECT_TRUE(signal->hasData);
+    EXPECT_EQ(feed(), (std::array{true, false, false}));
     EXPECT_EQ(signal->lastSeenTime, 300U);
-    EXPECT_FALSE(errors->hasData || rate->hasData);
     rate->setSelected(true);
     errors->setSelected(true);
-    feed();
-    EXPECT_TRUE(errors->hasData && rate->hasData);
+    EXPECT_EQ(feed(), (std::array{true, true, true}));
     EXPECT_EQ(rate->samples().size(), 2U) << "the error frame has no length";
     store.clearSelection();
     store.readAll = true;
-    feed();
-    EXPECT_TRUE(signal->hasData && errors->hasData && rate->hasData);
+    EXPECT_EQ(feed(), (std::array{true, true, true}));
 }
 
 // Throws while it decodes.
@@ -152,14 +132,13 @@ class BrokenMessage : public RealMessage {
 };
 
 TEST_F(HandleRecordTest, losesOneRecordToAFailure) {
-    const auto can = store.addInterface("Can0", 0);
-    can->addMessage(std::make_shared<BrokenMessage>(1, "M", can));
+    store.bus->addMessage(std::make_shared<BrokenMessage>(1, "M", store.bus));
     store.readAll = true;
     store.buildActiveMaps();
-    EXPECT_NO_THROW(handleRecord(store, recordAt(1)));
+    handleRecord(store, frameAt(1, 1));
     EXPECT_EQ(test::TestStore::messages(),
-              std::vector<std::string>{"Error while parsing CAN frame 1: cannot decode"});
-    EXPECT_THROW(handleRecord(store, recordAt(2)), PrintMsgError);
+              test::Messages{"Error while parsing CAN frame 1: cannot decode"});
+    EXPECT_THROW(handleRecord(store, frameAt(2, 1)), PrintMsgError);
 }
 
 TEST_F(HandleRecordTest, finishesTheAxis) {
@@ -168,8 +147,6 @@ TEST_F(HandleRecordTest, finishesTheAxis) {
     timeOf(100);
     timeOf(9000);
     finishTimeAxis(store);
-    EXPECT_EQ(store.parseFirstTime, 50U);
-    EXPECT_EQ(store.parseLastTime, 9000U);
     EXPECT_EQ(store.intervalStart, 50U);
     EXPECT_EQ(store.intervalEnd, 9000U);
     store.setInterval(1, 2);

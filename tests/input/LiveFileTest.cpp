@@ -4,13 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
-#include "Recording.h"
 #include "app/diagnostics/MessageLog.h"
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
+#include "support/Files.h"
 
 namespace trelis::test {
 namespace {
@@ -26,47 +24,42 @@ class LiveFile : public testing::Test {
 
 TEST_F(LiveFile, StoredConnectionComesBack) {
     const StoredConnection connection = {"Truck 7", "logger1", "778", "p=q ", "a.vsd", "/d/b.dbc"};
-    const std::string path = (folder_ / "x.tvlive");
-    folder_.write("x.tvlive", "old");
+    const std::string path = folder_.write("x.tvlive", "old");
     ASSERT_TRUE(writeStoredConnection(path, connection));
     EXPECT_EQ(contentOf(path),
               "TITLE=Truck 7\nSERVER=logger1\nPORT=778\nKEY=p=q \nVSD=a.vsd\nDBC=/d/b.dbc\n");
     EXPECT_EQ(modeOf(path), 0600U);
     auto read = readStoredConnection(path);
     ASSERT_TRUE(read);
-    EXPECT_EQ(read->title, connection.title);
-    EXPECT_EQ(read->server, connection.server);
-    EXPECT_EQ(read->port, connection.port);
-    EXPECT_EQ(read->key, connection.key);
-    EXPECT_EQ(read->vsdFile, connection.vsdFile);
-    EXPECT_EQ(read->dbcFile, connection.dbcFile);
+    ASSERT_TRUE(writeStoredConnection(folder_ / "again", *read));
+    EXPECT_EQ(contentOf(folder_ / "again"), contentOf(path));
     resolvePaths(*read, path);
-    EXPECT_EQ(read->vsdFile, (folder_ / "a.vsd"));
+    EXPECT_EQ(read->vsdFile, folder_ / "a.vsd");
     EXPECT_EQ(read->dbcFile, "/d/b.dbc");
 }
 
 TEST_F(LiveFile, OnlyWhatIsSetIsWritten) {
     StoredConnection connection;
     connection.server = "host\nKEY=injected";
-    ASSERT_TRUE(writeStoredConnection((folder_ / "y.tvlive"), connection));
-    EXPECT_EQ(contentOf((folder_ / "y.tvlive")), "TITLE=\nSERVER=host\nPORT=777\n");
+    ASSERT_TRUE(writeStoredConnection(folder_ / "y.tvlive", connection));
+    EXPECT_EQ(contentOf(folder_ / "y.tvlive"), "TITLE=\nSERVER=host\nPORT=777\n");
 }
 
 TEST_F(LiveFile, OddFilesAreRead) {
-    folder_.write("odd", "no sign\r\nSERVER=a\r\nserver=b\n=c\nDBC==/x.dbc\nPORT");
-    const auto read = readStoredConnection((folder_ / "odd"));
+    const auto read = readStoredConnection(
+        folder_.write("odd", "no sign\r\nSERVER=a\r\nserver=b\n=c\nDBC==/x.dbc\nPORT"));
     ASSERT_TRUE(read);
     EXPECT_EQ(read->server, "a");
     EXPECT_EQ(read->dbcFile, "=/x.dbc");
     EXPECT_EQ(read->port, "");
-    EXPECT_FALSE(readStoredConnection((folder_ / "missing")));
-    EXPECT_FALSE(readStoredConnection((folder_ / "")));  // a directory
-    EXPECT_TRUE(readStoredConnection("/dev/zero"));      // bounded
+    EXPECT_FALSE(readStoredConnection(folder_ / "missing"));
+    EXPECT_FALSE(readStoredConnection(folder_ / ""));  // a directory
+    EXPECT_TRUE(readStoredConnection("/dev/zero"));    // bounded
 }
 
 TEST_F(LiveFile, LastConnectionIsRemembered) {
     Store store;
-    store.liveFilePath = (folder_ / ".sigmiralive");
+    store.liveFilePath = folder_ / ".sigmiralive";
     store.title = "T";
     store.hostName = "h";
     store.decryptionKey = "geheim";
@@ -85,7 +78,7 @@ TEST_F(LiveFile, LastConnectionIsRemembered) {
     EXPECT_EQ(contentOf(store.liveFilePath), "TITLE=T\nSERVER=h\nPORT=777\nVSD=/x.vsd\n");
 
     settings.setVsdFile(kNoFile);
-    store.liveFilePath = (folder_ / "no/such/folder");
+    store.liveFilePath = folder_ / "no/such/folder";
     saveLiveFile(store);
     EXPECT_EQ(MessageLog::instance().pop().text, "Couldn't create " + store.liveFilePath);
 }

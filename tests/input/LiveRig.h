@@ -78,19 +78,30 @@ inline Texts takeMessages() {
     return texts;
 }
 
-/// A socket that listens on a free port of the loopback address, or only takes the port.
+/// A socket on a free port of the loopback address, which becomes known by `address`.
+inline Descriptor boundSocket(int type, sockaddr_in& address) {
+    Descriptor socket(::socket(AF_INET, type, 0));
+    address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof address;
+    EXPECT_EQ(bind(socket.get(), generic, size), 0);
+    EXPECT_EQ(getsockname(socket.get(), generic, &size), 0);
+    return socket;
+}
+
+inline int connectTo(const Descriptor& socket, const sockaddr_in& address) {
+    return connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+/// Listens on a free port of the loopback address, or only takes the port.
 struct Listener {
-    explicit Listener(bool listens = true) : socket(::socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(socket.get(), generic, size), 0);
+    explicit Listener(bool listens = true) : socket(boundSocket(SOCK_STREAM, address)) {
         EXPECT_TRUE(!listens || listen(socket.get(), 0) == 0);
-        EXPECT_EQ(getsockname(socket.get(), generic, &size), 0);
         port = ntohs(address.sin_port);
     }
+    sockaddr_in address;
     Descriptor socket;
     std::uint16_t port = 0;
 };
@@ -98,14 +109,9 @@ struct Listener {
 /// A listener whose queue is full: further connects get no answer.
 struct DeafListener : Listener {
     DeafListener() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port);
-        for (int i = 0; i < 4; ++i) {
-            queued.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-            connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-        }
+        for (int i = 0; i < 4; ++i)
+            connectTo(queued.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0)),
+                      address);
     }
     std::vector<Descriptor> queued;
 };

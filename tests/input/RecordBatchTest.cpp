@@ -3,7 +3,7 @@
 #include "LiveRig.h"
 #include "input/HandleRecord.h"
 #include "input/LiveRun.h"
-#include "support/TestStore.h"
+#include "support/Model.h"
 
 namespace trelis::test {
 namespace {
@@ -28,10 +28,8 @@ std::vector<Frame> randomFrames(Randomness& random) {
     for (Frame& frame : frames) {
         const auto dice = random.below(1000);
         clock += dice < 3 ? random.below(30'000) : dice < 500 ? 0 : random.below(300);
-        frame.timestamp = clock;
-        frame.id = kIds[random.below(kIds.size())];
+        frame = frameAt(clock, kIds[random.below(kIds.size())]);
         frame.interface = static_cast<std::uint8_t>(frame.id >= 0x200 && frame.id < 0x300);
-        frame.dlc = 8;
         for (auto& byte : frame.data)
             byte = random.below(20) == 0 ? static_cast<std::uint8_t>(random.below(3)) : 1;
     }
@@ -67,11 +65,9 @@ TEST(RecordBatch, LeavesTheSamplesOfSingleFrames) {
         for (const auto& [id, message] : interface->messages) {
             const auto& others = batched.interfaces.at(number)->messages.at(id)->signals;
             for (std::size_t i = 0; i < message->signals.size(); ++i) {
-                const auto one = message->signals[i]->samples().view();
-                const auto other = others[i]->samples().view();
-                EXPECT_TRUE(std::equal(one.begin(), one.end(), other.begin(), other.end()))
-                    << others[i]->fullName;
-                count += one.size();
+                const Samples samples = samplesOf(*message->signals[i]);
+                EXPECT_TRUE(samples == samplesOf(*others[i])) << others[i]->fullName;
+                count += samples.size();
             }
         }
     EXPECT_GT(count, 2000U);

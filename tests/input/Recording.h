@@ -1,12 +1,7 @@
 // Builds recordings in memory for tests: any header, any block, any damage.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 

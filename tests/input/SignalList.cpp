@@ -15,9 +15,8 @@ class SignalListTest : public test::DefinitionTest {
   protected:
     SignalListTest() {
         const std::string dbc = folder.write(
-            "a.dbc",
-            "BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\" X\n"
-            " SG_ B : 8|8@1+ (1,0) [0|0] \"\" X\n SG_ C : 8|8@1+ (1,0) [0|0] \"\" X\n");
+            "a.dbc", "BO_ 1 M: 8 X\n" + test::signalLine("A : 0|8@1+") +
+                         test::signalLine("B : 8|8@1+") + test::signalLine("C : 8|8@1+"));
         readDbcFile(store, dbc, 0, "Can");
     }
 
@@ -46,7 +45,7 @@ TEST_F(SignalListTest, eachProjectHasItsSelection) {
     select("B");
     saveSignalList(store, settings);
     settings.setDbFile("/one.dbc");
-    store.clearSelection();
+    select("");
     EXPECT_TRUE(loadSignalList(store, settings));
     EXPECT_EQ(selection(), "AC");
 }

@@ -1,20 +1,17 @@
-// The logger's side of the block format, for tests: blocks, encrypted frames and descriptors.
+// The logger's side of the block format, for tests: blocks, and descriptors to read them from.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <lz4.h>
-#include <mbedtls/aes.h>
-#include <mbedtls/md.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <numeric>
 #include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -83,6 +80,19 @@ class Descriptor {
     int fd_;
 };
 
+/// The two ends of a connection without a port.
+struct SocketPair {
+    SocketPair() : SocketPair(make()) {}
+    explicit SocketPair(std::array<int, 2> ends) : near(ends[0]), far(ends[1]) {}
+    static std::array<int, 2> make() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+        return ends;
+    }
+    Descriptor near;
+    Descriptor far;
+};
+
 /// A file in memory, positioned at its start.
 inline Descriptor fileWith(std::span<const std::uint8_t> content) {
     Descriptor file(memfd_create("blocks", 0));
@@ -90,6 +100,15 @@ inline Descriptor fileWith(std::span<const std::uint8_t> content) {
               static_cast<ssize_t>(content.size()));
     lseek(file.get(), 0, SEEK_SET);
     return file;
+}
+
+/// Expects the parts in the text, one behind the other.
+inline void expectInOrder(const std::string& text, const std::vector<std::string>& parts) {
+    std::size_t from = 0;
+    for (const std::string& part : parts) {
+        from = text.find(part, from);
+        ASSERT_NE(from, std::string::npos) << part << "\n" << text;
+    }
 }
 
 /// All whole records of the codec's current block, joined, as readers get them.
@@ -103,52 +122,5 @@ inline Bytes takeRecords(StreamCodec& codec) {
     }
     return all;
 }
-
-/// The sender of an encrypted stream.
-class FrameSender {
-  public:
-    FrameSender(std::string_view keyText, const std::array<std::uint8_t, 16>& iv)
-        : head(iv), iv_(iv) {
-        Bytes salted(iv.begin(), iv.end());
-        salted.resize(32, 0);
-        salted.insert(salted.end(), keyText.begin(), keyText.end());
-        std::array<std::uint8_t, 20> digest{};
-        EXPECT_EQ(mbedtls_md(sha1(), salted.data(), salted.size(), digest.data()), 0);
-        std::copy_n(digest.begin(), key_.size(), key_.begin());
-        mbedtls_aes_init(&aes_);
-        EXPECT_EQ(mbedtls_aes_setkey_enc(&aes_, key_.data(), 128), 0);
-    }
-    FrameSender(const FrameSender&) = delete;
-    FrameSender& operator=(const FrameSender&) = delete;
-    ~FrameSender() { mbedtls_aes_free(&aes_); }
-
-    /// Cipher text and tag; `plain` is a multiple of 16 bytes long.
-    Bytes seal(std::span<const std::uint8_t> plain) {
-        Bytes sealed(plain.size() + 20);
-        EXPECT_EQ(mbedtls_aes_crypt_cbc(&aes_, MBEDTLS_AES_ENCRYPT, plain.size(), iv_.data(),
-                                        plain.data(), sealed.data()),
-                  0);
-        EXPECT_EQ(mbedtls_md_hmac(sha1(), key_.data(), key_.size(), sealed.data(), plain.size(),
-                                  sealed.data() + plain.size()),
-                  0);
-        return sealed;
-    }
-    /// As seal, with the length in front.
-    Bytes frame(std::span<const std::uint8_t> plain) {
-        Bytes bytes;
-        appendWord(bytes, static_cast<std::uint32_t>(plain.size()));
-        append(bytes, seal(plain));
-        return bytes;
-    }
-
-    const std::array<std::uint8_t, 16> head;  ///< what the stream begins with
-
-  private:
-    static const mbedtls_md_info_t* sha1() { return mbedtls_md_info_from_type(MBEDTLS_MD_SHA1); }
-
-    mbedtls_aes_context aes_{};
-    std::array<std::uint8_t, 16> iv_;
-    std::array<std::uint8_t, 16> key_{};
-};
 
 }  // namespace trelis::test
