@@ -12,13 +12,11 @@ namespace {
 
 class PreferencesTest : public DeskTest {
   protected:
-    Gtk::Widget& row(const char* label) { return window.findRow(label)->widget(); }
-    Gtk::Entry& entry(const char* label) { return dynamic_cast<Gtk::Entry&>(row(label)); }
-    void type(const char* label, const std::string& text) { entry(label).set_text(text); }
-    std::string shown(const char* label) { return entry(label).get_text(); }
-    Gtk::ColorButton& colour(const char* label) {
-        return dynamic_cast<Gtk::ColorButton&>(row(label));
+    template <typename W = Gtk::Entry>
+    W& row(const char* label) {
+        return dynamic_cast<W&>(window.findRow(label)->widget());
     }
+    std::string shown(const char* label) { return row(label).get_text(); }
 
     SettingsWindow window{store, settings};
 };
@@ -41,12 +39,12 @@ TEST_F(PreferencesTest, ShowsStoresAndAppliesEveryKind) {
     int redrawn = 0;
     store.settingsChanged.connect([&] { ++told; });
     store.dataChanged.connect([&] { ++redrawn; });
-    type("Bitrate interval", " 250 ");
-    type("Line width", "3,5");
-    type("Font size", "Sans 12");
-    colour("Grid Color").set_rgba(Gdk::RGBA("#123456789abc"));
-    colour("Default Signal Color").set_rgba(Gdk::RGBA("#00ff00ff00ff"));
-    dynamic_cast<Gtk::CheckButton&>(row("Tolerant definitions")).set_active(true);
+    row("Bitrate interval").set_text(" 250 ");
+    row("Line width").set_text("3,5");
+    row("Font size").set_text("Sans 12");
+    row<Gtk::ColorButton>("Grid Color").set_rgba(Gdk::RGBA("#123456789abc"));
+    row<Gtk::ColorButton>("Default Signal Color").set_rgba(Gdk::RGBA("#00ff00ff00ff"));
+    row<Gtk::CheckButton>("Tolerant definitions").set_active(true);
     window.saveChanges();
     pumpPending();
     EXPECT_EQ(told, 1);
@@ -83,7 +81,7 @@ TEST_F(PreferencesTest, RefusedTextsGoBackToTheOldValue) {
                                                           {"Ruler transparency", "nan"},
                                                           {"Ruler transparency", "75"}}) {
         const std::string before = shown(label);
-        type(label, text);
+        row(label).set_text(text);
         window.saveChanges();
         EXPECT_EQ(shown(label), before) << label << " " << text;
     }
@@ -91,12 +89,12 @@ TEST_F(PreferencesTest, RefusedTextsGoBackToTheOldValue) {
     EXPECT_EQ(settings.getRulerTransparancy(), 0.75);
     EXPECT_TRUE(takeTexts().empty()) << "without a word";
 
-    type("Text editor", "/no/such/editor");
+    row("Text editor").set_text("/no/such/editor");
     window.saveChanges();
     EXPECT_EQ(takeTexts(), std::vector<std::string>{"/no/such/editor is not an executable"});
     EXPECT_EQ(shown("Text editor"), settings.getDefaultEditor());
 
-    type("Font size", "99");
+    row("Font size").set_text("99");
     window.close();
     ASSERT_TRUE(pump([&] { return !window.get_visible(); }));
     present(window);

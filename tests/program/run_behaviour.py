@@ -48,13 +48,19 @@ class Behaviour(unittest.TestCase):
             out, err = process.communicate(timeout=DEADLINE)
             return process.returncode, (out or b"").decode(), err.decode()
 
-    def test_definition_paths_are_remembered(self):
+    def test_paths_are_remembered_in_full(self):
+        (self.home / "to").mkdir()
+        (self.home / "to/x.bin").write_text("")
+        (self.home / "x.tvlive").write_text("TITLE=x\n")
         dbc = self.home / "a.dbc"
         dbc.write_text("BO_ 1 M: 8 E\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" E\n")
-        self.assertEqual(self.run_program("-q", "-d", str(dbc))[0], 0)
+        for arguments in ["to/x.bin"], ["x.tvlive"], ["-d", "a.dbc"]:
+            self.assertEqual(self.run_program("-q", *arguments, cwd=self.home)[0], 0)
         text = self.settings.read_text()
-        self.assertIn(f"dbFile={dbc}\n", text)
-        self.assertIn("vsdFile=./dummy\n", text)
+        for line in (f"log_path={self.home}/to\n", f"live_path={self.home}\n", f"dbFile={dbc}\n",
+                     "vsdFile=./dummy\n"):
+            self.assertIn(line, text)
+        self.assertIn("TITLE=x\n", (self.home / ".sigmiralive").read_text())
         self.assertEqual(self.settings.stat().st_mode & 0o777, 0o600)
         self.assertTrue(self.run_program("-l")[1].startswith("Can\n\tM\n\t\tS\nLogger\n"))
 
@@ -104,17 +110,6 @@ class Behaviour(unittest.TestCase):
             status, out, err = self.run_program("-q", str(path), prefix=PLAIN)
             self.assertEqual((status, out), (expected, ""), argument)
             self.assertIn(told.format(path), err)
-
-    def test_folders_of_inputs_are_remembered_in_full(self):
-        (self.home / "to").mkdir()
-        (self.home / "to/x.bin").write_text("")
-        (self.home / "x.tvlive").write_text("TITLE=x\n")
-        self.run_program("-q", "to/x.bin", cwd=self.home)
-        self.run_program("-q", "x.tvlive", cwd=self.home)
-        text = self.settings.read_text()
-        self.assertIn(f"log_path={self.home}/to\n", text)
-        self.assertIn(f"live_path={self.home}\n", text)
-        self.assertIn("TITLE=x\n", (self.home / ".sigmiralive").read_text())
 
     def test_a_dump_prints_every_frame(self):
         self.record("--preset", "small", "--frames", "50")
