@@ -69,17 +69,18 @@ TEST_F(PreferencesTest, RefusedTextsGoBackToTheOldValue) {
     settings.setBitrateInterval(70);
     settings.setRulerTransparancy(0.75);
     present(window);
-    for (const auto& [label, text] :
-         std::vector<std::pair<const char*, const char*>>{{"Bitrate interval", "99999999999"},
-                                                          {"Bitrate interval", "12x"},
-                                                          {"Bitrate interval", ""},
-                                                          {"Bitrate interval", "1.5"},
-                                                          {"Bitrate interval", "+-5"},
-                                                          {"Bitrate interval", "0"},
-                                                          {"Ruler font size", "201"},
-                                                          {"Ruler transparency", "half"},
-                                                          {"Ruler transparency", "nan"},
-                                                          {"Ruler transparency", "75"}}) {
+    for (const auto& [label, text] : std::vector<std::pair<const char*, const char*>>{
+             {"Bitrate interval", "99999999999"},
+             {"Bitrate interval", "12x"},
+             {"Bitrate interval", ""},
+             {"Bitrate interval", "1.5"},
+             {"Bitrate interval", "+-5"},
+             {"Bitrate interval", "0"},
+             {"Ruler font size", "201"},
+             {"Ruler transparency", "half"},
+             {"Ruler transparency", "nan"},
+             {"Ruler transparency", "75"},
+         }) {
         const std::string before = shown(label);
         row(label).set_text(text);
         window.saveChanges();

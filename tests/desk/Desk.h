@@ -97,7 +97,8 @@ class DeskTest : public ::testing::Test {
     Store store;
 };
 
-/// While it lives, answers the first dialog that runs, once `prepare` says that it may.
+/// Answers the first dialog that runs while it lives, once `prepare` says that it may. It fails the
+/// test if none does.
 class DialogAnswer {
   public:
     explicit DialogAnswer(
@@ -107,8 +108,10 @@ class DialogAnswer {
     }
     DialogAnswer(const DialogAnswer&) = delete;
     DialogAnswer& operator=(const DialogAnswer&) = delete;
-    ~DialogAnswer() { timer_.disconnect(); }
-    [[nodiscard]] bool wasAsked() const { return asked_; }
+    ~DialogAnswer() {
+        timer_.disconnect();
+        EXPECT_TRUE(asked_) << "no dialog came up";
+    }
 
   private:
     bool look() {
