@@ -28,10 +28,10 @@ def transcript(done):
     return f"--- status {done.returncode}\n--- stdout\n{done.stdout}--- stderr\n{done.stderr}"
 
 
-def is_golden(name, text):
+def is_golden(name, text, accept=ACCEPT):
     """Whether the text is that of the golden file; prints the difference if not."""
     file = GOLDEN / f"{name}.txt"
-    if ACCEPT:
+    if accept:
         file.write_text(text)
     expected = file.read_text() if file.exists() else ""
     sys.stdout.writelines(difflib.unified_diff(expected.splitlines(True), text.splitlines(True),
