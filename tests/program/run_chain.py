@@ -5,7 +5,7 @@
 
 The definitions are in chain/, the recording is made of chain/chain.scenario. Most methods have no
 result of their own, so probes.vsd, which is written here, takes the least, the greatest and the mean
-value of every signal of the chain, in thousandths. Results are compared one a line.
+value of every signal of the chain, in thousandths.
 """
 import pathlib
 import re
@@ -42,13 +42,17 @@ def write_probes(work, groups):
                            f"signal=Virt.{signal}\nstep=10\nfact=1000\n\n")
 
 
-def one_a_line(output):
-    """Results as a column: a head and its value on each line."""
+def in_rows(output):
+    """Results with a line for each message: its name, and its signals with their values."""
     if "\t" not in output or output.count("\n") != 2:
         return output
     heads, values = (line.split("\t") for line in output.splitlines())
     assert len(heads) == len(values), output
-    return "".join(f"{head}\t{value}\n" for head, value in zip(heads, values))
+    rows = {}
+    for head, value in zip(heads, values):
+        message, _, signal = head.partition(".")
+        rows.setdefault(message, [message]).append(f"{signal} {value}")
+    return "".join("\t".join(row) + "\n" for row in rows.values())
 
 
 def untested_methods(groups, work):
@@ -60,7 +64,7 @@ def untested_methods(groups, work):
 def passes(name, work, *arguments):
     done = golden.run([PROGRAM, *arguments], work, cwd=work)
     if name in RESULTS:
-        done.stdout = one_a_line(done.stdout)
+        done.stdout = in_rows(done.stdout)
     return golden.is_golden(name, golden.transcript(done).replace(str(work), "WORK"))
 
 
