@@ -352,9 +352,9 @@ TEST_F(EditorTest, OthersAndCommentsSurviveARename) {
     chmod(path.c_str(), 0640);
     dialog.saveChanges();
     EXPECT_EQ(selected, "Virt.Power.renamed");
-    EXPECT_EQ(project().find(kHead + kOthers + "\n[Power.renamed]\nmethod=expression\n"), 0U)
-        << project();
-    EXPECT_EQ(keys().get_string("Power.renamed", "expr"), "$01 * 2");
+    EXPECT_EQ(undated(), kHead + kOthers +
+                             "\n[Power.renamed]\nmethod=expression\nstep=100\nexpr=$01 * 2\n"
+                             "signal_01=Can.Engine.rpm");
     EXPECT_EQ(modeOf(path), 0640U);
 }
 

@@ -104,19 +104,6 @@ TEST(HistogramLayoutTest, FillsTheWidthAndTheHeight) {
 
 // ---- statistics
 
-TEST(SignalStatisticsTest, WeighsTheMeanByTimeAndTheDeviationNot) {
-    const Samples samples = {{0, 2}, {1000, 4}, {4000, 8}};
-    const auto figures = computeStatistics(samples, kAll, {}, {1500, 5000});
-    EXPECT_EQ(figures.min, 2.0);
-    EXPECT_EQ(figures.max, 8.0);
-    EXPECT_EQ(figures.integral, 2 * 1000 + 4 * 3000);
-    EXPECT_EQ(figures.average, 3.5);
-    EXPECT_DOUBLE_EQ(*figures.deviation, std::sqrt((2.25 + 0.25 + 20.25) / 3));
-    EXPECT_EQ(figures.leftValue, 4.0);
-    EXPECT_EQ(figures.rightValue, 8.0);
-    EXPECT_EQ(figures.delta(), 4.0);
-}
-
 TEST(SignalStatisticsTest, GapsAndRulersAtTheEdges) {
     EXPECT_FALSE(computeStatistics(Samples{{0, 5}, {10000, 6}}, kAll, {}, {}).average);
     EXPECT_EQ(computeStatistics(Samples{{0, 5}, {9999, 6}}, kAll, {}, {}).average, 5.0);
@@ -136,36 +123,37 @@ TEST(SignalStatisticsTest, GapsAndRulersAtTheEdges) {
     EXPECT_EQ(early.max, 2.0) << "70 lies outside the limits";
 }
 
-TEST(SignalStatisticsTest, TextsAndTable) {
+TEST(SignalStatisticsTest, TheTableWeighsTheMeanByTimeAndTheDeviationNot) {
     test::TestStore store;
     store.parseFirstTime = 1000000;
-    const Samples samples = {{1000000, 36}, {1003600, 36}};
+    const Samples samples = {{1000000, 2}, {1001000, 4}, {1004000, 8}};
     const TimeRange view{1000000, 1061999};
-    const Rulers rulers{1001000, -1};
+    const Rulers rulers{1001500, 1005000};
     const auto figures = computeStatistics(samples, view, {}, rulers);
     const auto text = statisticsText(store, figures, view, rulers, "V", IntegralUnit::kHours, true);
     EXPECT_EQ(statisticsTable(text, "Voltage"),
               "Name\tValue\tUnit\n"
               "Window\t  1970-01-01 00:16:40.000 -   1970-01-01 00:17:41.999\n"
               "Signal\tVoltage\n"
-              "Left ruler time\t  1970-01-01 00:16:41.000\t( 1.000s)\n"
-              "Right ruler time\t-\t-\n"
+              "Left ruler time\t  1970-01-01 00:16:41.500\t( 1.500s)\n"
+              "Right ruler time\t  1970-01-01 00:16:45.000\t( 5.000s)\n"
               "Time span\t61\ts\n"
-              "Left ruler value\t36,000000\tV\n"
-              "Right ruler value\t-\tV\n"
-              "Value delta\t-\tV\n"
-              "Min value\t36,000000\tV\n"
-              "Max value\t36,000000\tV\n"
-              "Average\t36,000000\tV\n"
-              "Standard deviation\t0,000000\tV\n"
-              "Integral [h]\t0,036000\tV·h\n");
+              "Left ruler value\t4,000000\tV\n"
+              "Right ruler value\t8,000000\tV\n"
+              "Value delta\t4,000000\tV\n"
+              "Min value\t2,000000\tV\n"
+              "Max value\t8,000000\tV\n"
+              "Average\t3,500000\tV\n"
+              "Standard deviation\t2,753785\tV\n"
+              "Integral [h]\t0,003889\tV·h\n");
     for (const auto& [unit, name, value] :
          std::vector<std::tuple<IntegralUnit, const char*, const char*>>{
-             {IntegralUnit::kMinutes, "Integral [min]", "2.160000"},
-             {IntegralUnit::kSeconds, "Integral [s]", "129.600000"}}) {
-        const auto row = statisticsText(store, figures, view, rulers, "V", unit, false).rows[10];
-        EXPECT_EQ(row.name, name);
-        EXPECT_EQ(row.value, value);
+             {IntegralUnit::kMinutes, "Integral [min]", "0.233333"},
+             {IntegralUnit::kSeconds, "Integral [s]", "14.000000"}}) {
+        const auto rows = statisticsText(store, figures, view, {}, "V", unit, false).rows;
+        EXPECT_EQ(rows[10].name, name);
+        EXPECT_EQ(rows[10].value, value);
+        EXPECT_EQ(rows[1].value + rows[1].unit, "--") << "without a ruler";
     }
 }
 
