@@ -23,7 +23,7 @@ def logger(port=0, key=""):
     """A logger that sends ten minutes of the drive in real time; gives its port."""
     with running([SIMLOGGER, "serve", "--preset", "drive", "--set", "duration=600", "--port",
                   str(port), *(["--key", key] if key else [])], stdout=subprocess.PIPE,
-                 text=True) as process, process.stdout:
+                 text=True) as process:
         yield int(process.stdout.readline().rsplit(":", 1)[1])
 
 

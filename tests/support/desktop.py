@@ -43,12 +43,11 @@ def windows(*search):
 @contextlib.contextmanager
 def running(command, **options):
     """A process that ends with the block."""
-    process = subprocess.Popen(command, **options)
-    try:
-        yield process
-    finally:
-        process.kill()
-        process.wait()
+    with subprocess.Popen(command, **options) as process:
+        try:
+            yield process
+        finally:
+            process.kill()
 
 
 class Session:
