@@ -9,6 +9,7 @@ The figures are those of the slowest copy in each round, in ms; the status is 1 
 target.
 """
 import argparse
+import contextlib
 import ctypes
 import os
 import statistics
@@ -16,8 +17,9 @@ import subprocess
 import sys
 import time
 
-SIGNAL = "Powertrain.EngineData.EngineSpeed"
-DEADLINE = 20
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "support"))
+from desktop import SIGNAL, running, wait_for, windows, xdotool
+
 SIZE = 650  # of a window's place on the screen, pixels
 STRIP = (300, 160)  # what is looked at of each plot
 TARGET_MS = 100
@@ -68,33 +70,14 @@ class Screen:
         X.XSync(self.display, 0)
 
 
-def wait_for(what, condition):
-    end = time.monotonic() + DEADLINE
-    while time.monotonic() < end:
-        if result := condition():
-            return result
-        time.sleep(0.05)
-    sys.exit("waited in vain: " + what)
-
-
 class Copy:
-    def __init__(self, program, sample, number, place):
-        title = f"Copy {number}"
-        log = os.path.join(sample, "drive_0001.bin")
-        self.process = subprocess.Popen(
-            [program, "-g", "-t", title, "-f", os.path.join(sample, "drive.vsd"), "-s", SIGNAL, log],
-            stderr=subprocess.DEVNULL)
-        window = wait_for("the window of " + title, lambda: self.find(f"^{title}$"))
-        self.x, self.y, width, height = place
-        for command in (["windowsize", "--sync", window, width, height],
-                        ["windowmove", window, self.x, self.y]):
-            subprocess.run(["xdotool", *map(str, command)], check=True)
+    """The window of a copy that runs, at its place on the screen."""
 
-    @staticmethod
-    def find(title):
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", title],
-                               capture_output=True, text=True).stdout.split()
-        return found[0] if found else None
+    def __init__(self, title, place):
+        window = wait_for("the window of " + title, lambda: windows("--name", f"^{title}$"))[0]
+        self.x, self.y, width, height = place
+        xdotool("windowsize", "--sync", window, width, height)
+        xdotool("windowmove", window, self.x, self.y)
 
     def look(self, screen):
         return screen.grab(self.x + 40, self.y + 60, *STRIP)
@@ -127,10 +110,13 @@ def follow(screen, copies, act):
 def measure(program, sample, count, rounds):
     screen = Screen()
     copies = []
-    try:
+    with contextlib.ExitStack() as programs:
         for number in range(count):
-            place = (number % 3 * SIZE, number // 3 * SIZE, SIZE - 10, SIZE - 30)
-            copies.append(Copy(program, sample, number, place))
+            title = f"Copy {number}"
+            programs.enter_context(running(
+                [program, "-g", "-t", title, "-f", os.path.join(sample, "drive.vsd"), "-s", SIGNAL,
+                 os.path.join(sample, "drive_0001.bin")], stderr=subprocess.DEVNULL))
+            copies.append(Copy(title, (number % 3 * SIZE, number // 3 * SIZE, SIZE - 10, SIZE - 30)))
         first = copies[0]
         spot = (first.x + 150, first.y + 120)
         screen.move(*spot)
@@ -149,10 +135,6 @@ def measure(program, sample, count, rounds):
             print(f"{count} copies, {name}: median {statistics.median(times):.0f} ms, "
                   f"highest {max(times):.0f} ms of {rounds}")
         return worst
-    finally:
-        for copy in copies:
-            copy.process.kill()
-            copy.process.wait()
 
 
 def ruler(screen, copy, turn):

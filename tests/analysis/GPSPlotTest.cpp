@@ -21,8 +21,8 @@ class GPSPlotTest : public AnalysisTest {
         owner->clearMessage();
         store.clearAll();
     }
-    /// A drive of two minutes, a point a second.
-    void drive() {
+    /// Shows a drive of two minutes, a point a second.
+    void showDrive() {
         for (std::uint64_t second = 0; second <= kMinutes * 60; ++second) {
             GPSPoint point;
             const double turn = static_cast<double>(second) * 0.04;
@@ -32,84 +32,68 @@ class GPSPlotTest : public AnalysisTest {
             track->points.push_back(point);
             track->lastPointTime = point.time;
         }
+        setView(10000, 50000);
+        window.showTrack(track);
+        present(window);
+    }
+    /// Pixels of a colour, once all is drawn.
+    int count(std::uint32_t colour) {
+        settle(window);
+        return Picture(window.plot()).count(colour);
     }
 
     static constexpr std::uint32_t kRed = 0xFF0000;
+    static constexpr std::uint32_t kWhite = 0xFFFFFF;
     const std::shared_ptr<VirtualMessage> owner =
         std::make_shared<VirtualMessage>(store, 3, "MsgRate");
     std::shared_ptr<GPSTrack> track;
+    GPSPlotWin window{context};
 };
 
 TEST_F(GPSPlotTest, DrawsTheTrackAndItsParts) {
-    ASSERT_TRUE(track);
-    drive();
-    setView(10000, 50000);
-    GPSPlotWin window(context);
-    window.showTrack(track);
-    present(window);
-    settle(window);
+    showDrive();
     EXPECT_EQ(window.get_title(), "GPS Plot");
-    const Picture whole(window.plot());
-    EXPECT_GT(whole.count(kRed), 100) << "the last minute";
-    EXPECT_GT(whole.count(0x808080), 50) << "the view";
-    EXPECT_EQ(whole.count(0xC88CC0), 0);
-    keepBothShots(window, "gps");
-
+    EXPECT_GT(count(kRed), 100) << "the last minute";
+    EXPECT_GT(count(0x808080), 50) << "the view";
+    const int white = count(kWhite);
     setRulers(20000, 40000);
-    settle(window);
-    const int white = Picture(window.plot()).count(0xFFFFFF);
-    EXPECT_LT(white, whole.count(0xFFFFFF)) << "rulers draw circles and the part between";
+    EXPECT_LT(count(kWhite), white) << "rulers draw circles and the part between";
     keepBothShots(window, "gps-rulers");
     setRulers(500000, 500000);
-    settle(window);
-    EXPECT_EQ(Picture(window.plot()).count(0xFFFFFF), whole.count(0xFFFFFF))
-        << "rulers behind the end draw nothing";
+    EXPECT_EQ(count(kWhite), white) << "rulers behind the end draw nothing";
 }
 
 TEST_F(GPSPlotTest, ZoomsAroundThePointer) {
-    ASSERT_TRUE(track);
-    drive();
-    setView(0, 120000);
-    GPSPlotWin window(context);
-    window.showTrack(track);
-    present(window);
+    showDrive();
     GPSPlot& plot = window.plot();
-    const auto picture = [&] {
-        settle(window);
-        return Picture(plot).count(kRed);
-    };
-    const int before = picture();
+    const int before = count(kRed);
     movePointer(plot, 100, 100);
     scroll(plot, GDK_SCROLL_UP, 100, 100);
     scroll(plot, GDK_SCROLL_UP, 100, 100);
     EXPECT_NEAR(plot.zoom().shift().x, 44, 1e-9);
-    EXPECT_NE(picture(), before);
-    keepBothShots(window, "gps-zoomed");
+    EXPECT_NE(count(kRed), before);
 
     plot.grab_focus();
     pressKey(plot, GDK_KEY_Escape);
     EXPECT_EQ(plot.zoom().factor(), 1.0);
     scroll(plot, GDK_SCROLL_UP, 100, 100);
     scroll(plot, GDK_SCROLL_DOWN, 100, 100);
-    EXPECT_EQ(picture(), before);
+    EXPECT_EQ(count(kRed), before);
 }
 
 TEST_F(GPSPlotTest, KeepsItsTrackUntilItIsForgotten) {
-    ASSERT_TRUE(track);
-    GPSPlotWin window(context);
     window.showTrack(nullptr);
     EXPECT_FALSE(window.get_visible());
     store.parsing = true;
     window.showTrack(track);
     EXPECT_FALSE(window.get_visible());
-    EXPECT_EQ(MessageLog::instance().pop().text, "Wait for parse to complete");
+    EXPECT_EQ(takeTexts(), std::vector<std::string>{"Wait for parse to complete"});
     store.parsing = false;
     window.showTrack(track);
     present(window);
-    settle(window);
-    const Picture empty(window.plot());
-    EXPECT_EQ(empty.count(kRed), 0) << "a track without points";
-    EXPECT_LT(empty.count(0xFFFFFF), empty.width() * empty.height()) << "which is told";
+    EXPECT_EQ(count(kRed), 0) << "a track without points";
+    EXPECT_LT(count(kWhite), window.plot().get_width() * window.plot().get_height())
+        << "which is told";
     keepBothShots(window, "gps-empty");
     const auto held = track.use_count();
     window.forgetTrack();

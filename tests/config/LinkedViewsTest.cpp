@@ -26,8 +26,8 @@ struct Copy {
 class LinkedViewsTest : public ::testing::Test {
   protected:
     ~LinkedViewsTest() override { removeLinkObjects(path); }
-    ScratchSettings scratch;
-    const std::string path = scratch.write("program", "");
+    const Folder folder;
+    const std::string path = folder.write("program", "");
 };
 
 TEST_F(LinkedViewsTest, ViewAndRulersFollowInEachCopysTime) {

@@ -1,8 +1,5 @@
 #include <gtkmm/filechooserdialog.h>
-#include <sys/stat.h>
 
-#include <algorithm>
-#include <future>
 #include <optional>
 
 #include "config/ConnectLiveDialog.h"
@@ -18,9 +15,14 @@ class LiveDialogTest : public DeskTest {
   protected:
     LiveDialogTest() {
         wireLiveInputs(store);
-        store.liveFilePath = scratch.file("last");
+        store.liveFilePath = scratch / "last";
     }
     ~LiveDialogTest() override { store.shutdown(); }
+    void expectShown(const char* shownTitle, const char* shownAddress, const char* shownKey) {
+        EXPECT_EQ(title.get_text(), shownTitle);
+        EXPECT_EQ(address.get_text(), shownAddress);
+        EXPECT_EQ(key.get_text(), shownKey);
+    }
     /// Shows the dialog with the address and the key of a logger that serves the small scenario.
     void serve(const std::string& secret) {
         present(dialog);
@@ -75,65 +77,53 @@ TEST(ReadPortTest, TakesEveryNotation) {
 TEST_F(LiveDialogTest, SavedAndOpenedAgain) {
     present(dialog);
     EXPECT_EQ(dialog.get_title(), "Connect live to logger");
-    EXPECT_EQ(title.get_text(), "Live connection");
-    keepBothShots(dialog, "live");
+    expectShown("Live connection", "", "");
     title.set_text("Test bench");
     address.set_text("logger1:");
     key.set_text("secret");
     settings.setVsdFile(scratch.write("project.vsd", ""));
-    dialog.saveFile(scratch.file("bench"));
+    dialog.saveFile(scratch / "bench");
     EXPECT_EQ(scratch.read("bench.tvlive"),
               "TITLE=Test bench\nSERVER=logger1\nPORT=777\nKEY=secret\nVSD=" +
-                  scratch.file("project.vsd") + "\n");
-    struct stat facts {};
-    ASSERT_EQ(stat(scratch.file("bench.tvlive").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 0777U, 0600U);
-    EXPECT_EQ(settings.getLivePath(), scratch.folder.path().string());
+                  scratch / "project.vsd" + "\n");
+    EXPECT_EQ(modeOf(scratch / "bench.tvlive"), 0600U);
+    EXPECT_EQ(settings.getLivePath(), scratch.path().string());
 
-    scratch.write("other.tvlive", "TITLE=Other\nSERVER=10.0.0.1\nPORT=7770\nDBC=bus.dbc\n");
-    dialog.openFile(scratch.file("other.tvlive"));
-    EXPECT_EQ(address.get_text(), "10.0.0.1:7770");
-    EXPECT_EQ(key.get_text(), "");
-    EXPECT_TRUE(shows("DBC file: " + scratch.file("bus.dbc")));
-    dialog.openFile(scratch.file("bench.tvlive"));
-    EXPECT_EQ(title.get_text(), "Test bench");
-    EXPECT_EQ(address.get_text(), "logger1");
-    EXPECT_EQ(key.get_text(), "secret");
-    EXPECT_TRUE(shows("VSD file: " + scratch.file("project.vsd")));
+    dialog.openFile(
+        scratch.write("other.tvlive", "TITLE=Other\nSERVER=10.0.0.1\nPORT=7770\nDBC=bus.dbc\n"));
+    expectShown("Other", "10.0.0.1:7770", "");
+    EXPECT_TRUE(shows("DBC file: " + scratch / "bus.dbc"));
+    dialog.openFile(scratch / "bench.tvlive");
+    expectShown("Test bench", "logger1", "secret");
+    EXPECT_TRUE(shows("VSD file: " + scratch / "project.vsd"));
     EXPECT_FALSE(shows("DBC file: "));
-    keepBothShots(dialog, "live-filled");
+    keepBothShots(dialog, "live");
 
-    dialog.openFile(scratch.file("absent.tvlive"));
+    dialog.openFile(scratch / "absent.tvlive");
     dialog.saveFile("/no/such/folder/x.tvlive");
-    EXPECT_EQ(takeTexts(),
-              (std::vector<std::string>{"Couldn't open " + scratch.file("absent.tvlive"),
-                                        "Couldn't create /no/such/folder/x.tvlive"}));
+    EXPECT_EQ(takeTexts(), (Texts{"Couldn't open " + scratch / "absent.tvlive",
+                                  "Couldn't create /no/such/folder/x.tvlive"}));
 }
 
 TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
     scratch.write("stored.tvlive", "SERVER=stored\n");
-    settings.setLivePath(scratch.folder.path().string());
+    settings.setLivePath(scratch.path().string());
     present(dialog);
-    const auto choose = [&](const char* name) {
-        return [path = scratch.file(name)](Gtk::Dialog& asked) {
-            auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
-            if (chooser.get_filename() == path) return true;
-            chooser.set_filename(path);
-            return false;
-        };
-    };
     {
-        const DialogAnswer answer(Gtk::RESPONSE_OK, choose("stored.tvlive"));
+        const DialogAnswer answer(Gtk::RESPONSE_OK, [&](Gtk::Dialog& asked) {
+            auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
+            if (chooser.get_filename() == scratch / "stored.tvlive") return true;
+            chooser.set_filename(scratch / "stored.tvlive");
+            return false;
+        });
         named<Gtk::Button>(dialog, "Open").clicked();
-        EXPECT_TRUE(answer.wasAsked());
-        EXPECT_EQ(address.get_text(), "stored");
     }
+    EXPECT_EQ(address.get_text(), "stored");
     {
         const DialogAnswer answer(Gtk::RESPONSE_CANCEL);
         named<Gtk::Button>(dialog, "Save").clicked();
-        EXPECT_TRUE(answer.wasAsked());
     }
-    EXPECT_FALSE(std::filesystem::exists(scratch.file("connection.tvlive")));
+    EXPECT_FALSE(std::filesystem::exists(scratch / "connection.tvlive"));
 
     // The name that gets its extension is asked for, too.
     address.set_text("changed");
@@ -141,13 +131,12 @@ TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
         const DialogAnswer name(Gtk::RESPONSE_OK, [&](Gtk::Dialog& asked) {
             auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(asked);
             chooser.set_current_name("stored");
-            return chooser.get_filename() == scratch.file("stored");
+            return chooser.get_filename() == scratch / "stored";
         });
         const DialogAnswer question(response, [](Gtk::Dialog& asked) {
             return dynamic_cast<Gtk::MessageDialog*>(&asked) != nullptr;
         });
         named<Gtk::Button>(dialog, "Save").clicked();
-        EXPECT_TRUE(question.wasAsked());
         EXPECT_EQ(scratch.read("stored.tvlive").find("changed") != std::string::npos,
                   response == Gtk::RESPONSE_YES);
     }
@@ -156,9 +145,7 @@ TEST_F(LiveDialogTest, ChoosersOpenAndSave) {
 TEST_F(LiveDialogTest, TheFirstShowFillsFromTheLastConnection) {
     scratch.write("last", "TITLE=T\nSERVER=host\nPORT=0x10\nKEY=k=v\nDBC==/x.dbc\n");
     present(dialog);
-    EXPECT_EQ(title.get_text(), "T");
-    EXPECT_EQ(address.get_text(), "host:0x10");
-    EXPECT_EQ(key.get_text(), "k=v");
+    expectShown("T", "host:0x10", "k=v");
     EXPECT_TRUE(shows("DBC file: =/x.dbc"));
     dialog.hide();
     address.set_text("typed");
@@ -172,33 +159,26 @@ TEST_F(LiveDialogTest, ARunningConnectionIsShown) {
     store.port = 778;
     store.decryptionKey = "key";
     present(dialog);
-    EXPECT_EQ(title.get_text(), "Live connection");
-    EXPECT_EQ(address.get_text(), "running:778");
-    EXPECT_EQ(key.get_text(), "key");
+    expectShown("Live connection", "running:778", "key");
     store.networkInput = false;
 }
 
-TEST_F(LiveDialogTest, ConnectsPlainAndWithAKeyAndAgain) {
+TEST_F(LiveDialogTest, ConnectsWithAKeyAndAgain) {
     store.startWorker();
-    for (const char* secret : {"", "a key"}) {
-        SCOPED_TRACE(secret);
-        serve(secret);
-        title.set_text("Bench");
-        connect.clicked();
-        EXPECT_TRUE(dialog.isConnecting());
-        EXPECT_TRUE(spinner.get_visible());
-        EXPECT_FALSE(address.get_sensitive());
-        // Frames may be in before the loop hands over the news of the connection.
-        ASSERT_TRUE(waitForData());
-        EXPECT_FALSE(dialog.get_visible());
-        EXPECT_TRUE(address.get_sensitive());
-        EXPECT_EQ(windowTitle, "Bench");
-        EXPECT_EQ(store.title, "Bench");
-        EXPECT_TRUE(store.liveMode);
-        EXPECT_EQ(store.decryptionKey, secret);
-        EXPECT_NE(scratch.read("last").find("TITLE=Bench\nSERVER=127.0.0.1\n"), std::string::npos);
-        store.framesRead = 0;
-    }
+    serve("a key");
+    title.set_text("Bench");
+    connect.clicked();
+    EXPECT_TRUE(spinner.get_visible());
+    EXPECT_FALSE(address.get_sensitive());
+    // Frames may be in before the loop hands over the news of the connection.
+    ASSERT_TRUE(waitForData());
+    EXPECT_FALSE(dialog.get_visible());
+    EXPECT_TRUE(address.get_sensitive());
+    EXPECT_EQ(windowTitle, "Bench");
+    EXPECT_EQ(store.title, "Bench");
+    EXPECT_TRUE(store.liveMode);
+    EXPECT_NE(scratch.read("last").find("TITLE=Bench\nSERVER=127.0.0.1\n"), std::string::npos);
+
     // The logger goes and comes back.
     logger.reset();
     serve("");
@@ -206,46 +186,7 @@ TEST_F(LiveDialogTest, ConnectsPlainAndWithAKeyAndAgain) {
     store.framesRead = 0;
     dialog.reconnect();
     EXPECT_TRUE(waitForData());
-    EXPECT_EQ(reloads, 3);
-}
-
-TEST_F(LiveDialogTest, AWrongKeyIsTold) {
-    store.startWorker();
-    serve("right");
-    key.set_text("wrong");
-    connect.clicked();
-    std::vector<std::string> texts;
-    const auto isTold = [&](const char* text) {
-        return pump([&] {
-            for (auto& message : takeTexts())
-                texts.push_back(std::move(message));
-            return std::find(texts.begin(), texts.end(), text) != texts.end();
-        });
-    };
-    EXPECT_TRUE(isTold("Message could not be authenticated, wrong key or data corrupted"));
-    EXPECT_TRUE(isTold("Check that logger is set up for encrypted data"));
-    EXPECT_EQ(store.framesRead, 0U);
-}
-
-TEST_F(LiveDialogTest, AHostThatDoesNotAnswerLeavesTheWindowUsable) {
-    std::promise<void> stop;
-    store.hooks.liveConnection = [&stop](Store& owner) {
-        stop.get_future().wait();
-        owner.connected = false;
-        owner.connectionChanged.emit();
-    };
-    store.startWorker();
-    present(dialog);
-    address.set_text("silent");
-    connect.clicked();
-    settle(dialog);
-    EXPECT_TRUE(dialog.isConnecting());
-    EXPECT_TRUE(dialog.get_visible());
-    keepBothShots(dialog, "live-connecting");
-    stop.set_value();
-    EXPECT_TRUE(pump([&] { return !dialog.isConnecting(); }));
-    EXPECT_TRUE(dialog.get_visible());
-    EXPECT_TRUE(address.has_focus());
+    EXPECT_EQ(reloads, 2);
 }
 
 TEST_F(LiveDialogTest, ARefusalKeepsTheDialogOpen) {
@@ -257,6 +198,7 @@ TEST_F(LiveDialogTest, ARefusalKeepsTheDialogOpen) {
     EXPECT_TRUE(dialog.get_visible());
     EXPECT_TRUE(connect.get_sensitive());
     EXPECT_FALSE(spinner.get_visible());
+    EXPECT_TRUE(address.has_focus());
     const auto texts = takeTexts();
     ASSERT_FALSE(texts.empty());
     EXPECT_EQ(texts.front().find("Network connection failed: "), 0U);
@@ -284,7 +226,7 @@ TEST_F(LiveDialogTest, DefinitionsOfTheConnectionAreUsedIfTheyExist) {
     EXPECT_EQ(settings.getVsdFile(), mine) << "the stored one is not there";
     scratch.write("bus.dbc", "");
     connectStored();
-    EXPECT_EQ(settings.getDbFile(), scratch.file("bus.dbc"));
+    EXPECT_EQ(settings.getDbFile(), scratch / "bus.dbc");
     EXPECT_EQ(settings.getVsdFile(), kNoFile);
 }
 

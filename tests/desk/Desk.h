@@ -2,38 +2,29 @@
 // that answer.
 #pragma once
 
-#include <gtkmm/dialog.h>
 #include <gtkmm/messagedialog.h>
 #include <gtkmm/window.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "app/diagnostics/MessageLog.h"
-#include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "plot/GuiTest.h"
+#include "support/TestStore.h"
 
 namespace trelis::test {
 
-/// Settings in a folder that is thrown away.
-struct ScratchSettings {
-    [[nodiscard]] std::string file(const std::string& name) const { return folder / name; }
-    std::string write(const std::string& name, const std::string& text) const {
-        return folder.write(name, text);
+/// A folder that is thrown away, and the settings in it.
+struct ScratchSettings : Folder {
+    [[nodiscard]] SettingsPaths paths() const { return {*this / "settings", *this / "lists"}; }
+    [[nodiscard]] std::string read(const std::string& name) const {
+        return contentOf(*this / name);
     }
-    [[nodiscard]] std::string read(const std::string& name) const { return contentOf(file(name)); }
 
-    const Folder folder;
-    const std::unique_ptr<Settings> settings =
-        std::make_unique<Settings>(SettingsPaths{file("settings"), file("lists")});
+    const std::unique_ptr<Settings> settings = std::make_unique<Settings>(paths());
 };
 
 /// Waits until the window was laid out and painted with all that changed: this happens with the
@@ -49,29 +40,23 @@ inline void settle(Gtk::Widget& widget) {
     widget.remove_tick_callback(id);
 }
 
-inline void setDark(bool dark) {
-    g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme",
-                 static_cast<gboolean>(dark), nullptr);
-    pumpPending();
-}
-
 /// The window on a light and a dark desktop.
 inline void keepBothShots(Gtk::Window& window, const std::string& name) {
+    const auto showTheme = [&window](bool dark) {
+        g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme",
+                     static_cast<gboolean>(dark), nullptr);
+        settle(window);
+    };
     settle(window);
     keepShot(window, name);
-    setDark(true);
-    settle(window);
+    showTheme(true);
     keepShot(window, name + "-dark");
-    setDark(false);
-    settle(window);
+    showTheme(false);
 }
 
 /// The texts that waited for the user, oldest first.
 inline std::vector<std::string> takeTexts() {
-    std::vector<std::string> texts;
-    while (!MessageLog::instance().isEmpty())
-        texts.push_back(MessageLog::instance().pop().text);
-    return texts;
+    return TestStore::messages();
 }
 
 /// The widget of this class and accessible name in a window, a visible one if there is; null
@@ -112,7 +97,8 @@ class DeskTest : public ::testing::Test {
     Store store;
 };
 
-/// While it lives, answers the first dialog that runs, once `prepare` says that it may.
+/// Answers the first dialog that runs while it lives, once `prepare` says that it may. It fails the
+/// test if none does.
 class DialogAnswer {
   public:
     explicit DialogAnswer(
@@ -122,8 +108,10 @@ class DialogAnswer {
     }
     DialogAnswer(const DialogAnswer&) = delete;
     DialogAnswer& operator=(const DialogAnswer&) = delete;
-    ~DialogAnswer() { timer_.disconnect(); }
-    [[nodiscard]] bool wasAsked() const { return asked_; }
+    ~DialogAnswer() {
+        timer_.disconnect();
+        EXPECT_TRUE(asked_) << "no dialog came up";
+    }
 
   private:
     bool look() {

@@ -2,15 +2,15 @@
 """Finds and drives the window as a screen reader does, and by the keyboard alone.
 
 Usage: drive_accessible.py <program> <folder of the sample>. Needs a display with a window manager, a
-session bus and a home directory to write to. Every step waits for a condition, at most DEADLINE
-seconds.
+session bus and a home directory to write to.
 """
-
+import os
+import sys
 
 import pyatspi
 
-import drive_window
-from drive_window import wait_for, xdotool
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from desktop import SIGNAL, run, wait_for, xdotool
 
 
 def nodes(node):
@@ -37,10 +37,8 @@ def find(root, name, role):
 
 
 def application(process):
-    for candidate in pyatspi.Registry.getDesktop(0):
-        if candidate is not None and candidate.get_process_id() == process.pid:
-            return candidate
-    return None
+    desktop = pyatspi.Registry.getDesktop(0)
+    return next((a for a in desktop if a is not None and a.get_process_id() == process.pid), None)
 
 
 def has(node, state):
@@ -50,10 +48,8 @@ def has(node, state):
 def check_of(table, name):
     """The check box in the row of the signal."""
     cells = list(table)
-    for index, cell in enumerate(cells):
-        if cell is not None and cell.name == name:
-            return cells[index + 1]
-    return None
+    return next((check for cell, check in zip(cells, cells[1:]) if cell is not None
+                 and cell.name == name), None)
 
 
 def find_views(root):
@@ -95,11 +91,11 @@ def use_menu(session, root, keys, item):
     wait_for("the menu to go", lambda: not has(shown, pyatspi.STATE_SHOWING))
 
 
-def drive(session):
+def drive(session, _scratch):
     root = wait_for("the program on the bus", lambda: application(session.process))
     find_views(root)
     fits_screen(root)
-    pick(session, root, drive_window.SIGNAL)
+    pick(session, root, SIGNAL)
     session.key("F5")
     wait_for("the curve", lambda: session.curve()[0] > 500)
     table = find(root, "Data", "tree table")
@@ -112,19 +108,14 @@ def drive(session):
     session.key("Escape")
     # From the list to the plot by Tab, and there the plot's own keys.
     plot = find(root, "Signal plot", "chart")
-
-    def tabbed():
-        if has(plot, pyatspi.STATE_FOCUSED):
-            return True
-        session.key("Tab")
-        return has(plot, pyatspi.STATE_FOCUSED)
-    wait_for("the focus of the plot", tabbed)
+    wait_for("the focus of the plot",
+             lambda: has(plot, pyatspi.STATE_FOCUSED) or session.key("Tab"))
     before = session.curve()[1]
     session.key("Up")
     wait_for("the zoom", lambda: session.curve()[1] != before)
-    session.key("alt+F4")
-    assert session.process.wait(drive_window.DEADLINE) == 0, "the exit status"
+    session.close()
 
 
-if __name__ == "__main__":
-    drive_window.run(lambda session, _program, _scratch: drive(session))
+program, sample = sys.argv[1:]
+run(drive, program, "-f", os.path.join(sample, "drive.vsd"),
+    *(os.path.join(sample, f"drive_000{n}.bin") for n in (1, 2)))

@@ -10,8 +10,10 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from desktop import wait_for
 
 FLEET, SIGMIRA, SIMLOGGER = (pathlib.Path(p).resolve() for p in sys.argv[1:4])
 RECORDINGS = 8
@@ -85,9 +87,7 @@ class Fleet(unittest.TestCase):
         data = self.record()
         expected = self.expected_table(data)
         process = self.start("-j", 1, *self.job(data))
-        deadline = time.monotonic() + 100
-        while not (self.out / "rows" / "2").exists() and time.monotonic() < deadline:
-            time.sleep(0.01)
+        wait_for("the second row", (self.out / "rows" / "2").exists)
         os.killpg(process.pid, signal.SIGTERM)
         process.communicate(timeout=60)
         before = self.finished()

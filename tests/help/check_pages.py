@@ -38,7 +38,7 @@ class Page(html.parser.HTMLParser):
 
     def handle_starttag(self, tag, attrs):
         attrs = dict(attrs)
-        self.ids.update(filter(None, [attrs.get("id")]))
+        self.ids.add(attrs.get("id"))
         self.targets += [attrs[name] for name in ("href", "src") if name in attrs]
         if tag == "meta" and attrs.get("http-equiv") == "refresh":
             self.redirect = attrs["content"].partition("url=")[2]
@@ -128,17 +128,15 @@ def check_keys(pages, root, table):
                 row[3] = "mandatory"
         for row in expected:
             if row not in shown:
-                yield page, f"the program has {row}, the page {[s for s in shown if s[0] == row[0]]}"
+                yield page, f"only the program has the key {row}"
         for row in shown:
-            if row not in expected:
-                yield page, f"the program has no such key: {row}"
-        if len(shown) != len(expected):
-            yield page, f"{len(shown)} keys are shown, {len(expected)} expected"
+            if row not in expected or shown.count(row) > 1:
+                yield page, f"only the page has the key {row}, or it has it twice"
 
 
 def check_definitions(pages, definitions):
-    groups = set(definitions.split("\n\n"))
-    groups = {"\n".join(l for l in g.splitlines() if not l.startswith("#")).strip() for g in groups}
+    groups = {"\n".join(l for l in group.splitlines() if not l.startswith("#")).strip()
+              for group in definitions.split("\n\n")}
     for page in pages.values():
         for kind, text in page.blocks:
             if kind == "vsd":

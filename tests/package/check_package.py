@@ -6,6 +6,7 @@ Usage: check_package.py <build folder> <cmake>
 Checks of the desktop entry, the AppStream data and the manual pages are left out where their tools
 are missing, which is told.
 """
+import gzip
 import pathlib
 import shutil
 import subprocess
@@ -58,11 +59,6 @@ class Package(unittest.TestCase):
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         return run.stdout
 
-    def check_with(self, tool, *arguments):
-        if not shutil.which(tool):
-            self.skipTest(f"{tool} is missing")
-        return self.run_here(tool, *arguments)
-
     def test_ships_all_files(self):
         for name in SHIPPED:
             self.assertTrue((self.prefix / name).is_file(), name)
@@ -78,12 +74,15 @@ class Package(unittest.TestCase):
         self.assertEqual(result, "4.28\n")
         self.assertIn("drive", self.run_here(self.prefix / "bin/simlogger", "presets"))
 
-    def test_desktop_entry(self):
-        self.check_with("desktop-file-validate", self.prefix / "share/applications/sigmira.desktop")
-
-    def test_appstream_data(self):
-        self.check_with("appstreamcli", "validate", "--no-net",
-                        self.prefix / "share/metainfo/net.sigmira.Sigmira.metainfo.xml")
+    def test_metadata_is_valid(self):
+        for tool, *arguments in (
+                ("desktop-file-validate", "share/applications/sigmira.desktop"),
+                ("appstreamcli", "validate", "--no-net",
+                 "share/metainfo/net.sigmira.Sigmira.metainfo.xml")):
+            with self.subTest(tool):
+                if not shutil.which(tool):
+                    self.skipTest(f"{tool} is missing")
+                self.run_here(tool, *arguments, folder=self.prefix)
 
     def test_desktop_entry_opens_the_file_types_that_are_defined(self):
         names = {"m": "http://www.freedesktop.org/standards/shared-mime-info"}
@@ -95,16 +94,12 @@ class Package(unittest.TestCase):
         self.assertEqual(set(line.partition("=")[2].strip(";").split(";")), defined)
         self.assertEqual(patterns, {"*.vsd", "*.tvlive", "*.dbc"})
 
+    @unittest.skipUnless(shutil.which("groff"), "groff is missing")
     def test_manual_pages_have_no_faults(self):
         for page in sorted((self.prefix / "share/man").rglob("*.gz")):
-            plain = self.home / page.stem
-            plain.write_bytes(subprocess.run(["gzip", "-dc", page], check=True,
-                                             capture_output=True).stdout)
-            if not shutil.which("groff"):
-                self.skipTest("groff is missing")
-            run = subprocess.run(["groff", "-ww", "-man", "-Tutf8", "-z", plain],
-                                 capture_output=True, text=True)
-            self.assertEqual(run.stderr, "", page.name)
+            run = subprocess.run(["groff", "-ww", "-man", "-Tutf8", "-z"], capture_output=True,
+                                 input=gzip.decompress(page.read_bytes()))
+            self.assertEqual(run.stderr, b"", page.name)
 
     def test_completion_offers_the_options_of_the_program(self):
         script = self.prefix / "share/bash-completion/completions/sigmira"

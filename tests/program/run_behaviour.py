@@ -14,8 +14,15 @@ import sys
 import tempfile
 import unittest
 
+import golden
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from desktop import running
+
 PROGRAM, SIMLOGGER, TEMPLATES = (str(pathlib.Path(a).resolve()) for a in sys.argv[1:4])
+VSD = f"{TEMPLATES}/drive.vsd"
 LOGS = [f"{TEMPLATES}/drive_0001.bin", f"{TEMPLATES}/drive_0002.bin"]
+RESULTS = ["-q", "-f", VSD, "-s", "Virt.*.*", *LOGS]
 # Takes from root what lets it pass over the modes of files. Another user might not get to the
 # program at all.
 PLAIN = (["setpriv", "--bounding-set=-dac_override,-dac_read_search,-fowner"]
@@ -31,10 +38,12 @@ class Behaviour(unittest.TestCase):
         self.settings = self.home / ".sigmira"
 
     def start(self, *arguments, prefix=(), stderr=subprocess.PIPE, **options):
-        environment = {"PATH": os.environ["PATH"], "HOME": str(self.home)}
-        environment.update({k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")})
-        return subprocess.Popen([*prefix, PROGRAM, *arguments], env=environment, stdin=subprocess.DEVNULL,
-                                stderr=stderr, **options)
+        return running([*prefix, PROGRAM, *arguments], env=golden.environment(self.home),
+                       stdin=subprocess.DEVNULL, stderr=stderr, **options)
+
+    def record(self, *arguments):
+        subprocess.run([SIMLOGGER, "record", *arguments, "-o", str(self.home / "logs")], check=True,
+                       timeout=DEADLINE, capture_output=True)
 
     def run_program(self, *arguments, **options):
         options.setdefault("stdout", subprocess.PIPE)
@@ -42,21 +51,26 @@ class Behaviour(unittest.TestCase):
             out, err = process.communicate(timeout=DEADLINE)
             return process.returncode, (out or b"").decode(), err.decode()
 
-    def test_definition_paths_are_remembered(self):
+    def test_paths_are_remembered_in_full(self):
+        (self.home / "to").mkdir()
+        (self.home / "to/x.bin").write_text("")
+        (self.home / "x.tvlive").write_text("TITLE=x\n")
         dbc = self.home / "a.dbc"
         dbc.write_text("BO_ 1 M: 8 E\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" E\n")
-        self.assertEqual(self.run_program("-q", "-d", str(dbc))[0], 0)
+        for arguments in ["to/x.bin"], ["x.tvlive"], ["-d", "a.dbc"]:
+            self.assertEqual(self.run_program("-q", *arguments, cwd=self.home)[0], 0)
         text = self.settings.read_text()
-        self.assertIn(f"dbFile={dbc}\n", text)
-        self.assertIn("vsdFile=./dummy\n", text)
+        for line in (f"log_path={self.home}/to\n", f"live_path={self.home}\n", f"dbFile={dbc}\n",
+                     "vsdFile=./dummy\n"):
+            self.assertIn(line, text)
+        self.assertIn("TITLE=x\n", (self.home / ".sigmiralive").read_text())
         self.assertEqual(self.settings.stat().st_mode & 0o777, 0o600)
-        self.assertEqual(self.run_program("-l")[1], "Can\n\tM\n\t\tS\nLogger\n" +
-                         self.run_program("-l")[1].split("Logger\n", 1)[1])
+        self.assertTrue(self.run_program("-l")[1].startswith("Can\n\tM\n\t\tS\nLogger\n"))
 
     def test_listing_leaves_the_settings_alone(self):
         self.settings.write_text("[global]\n# mine\ndbFile=./dummy\nvsdFile=./dummy\n")
         before = self.settings.read_bytes()
-        for arguments, expected in ((["-l", "-f", f"{TEMPLATES}/drive.vsd"], 0),
+        for arguments, expected in ((["-l", "-f", VSD], 0),
                                     (["-l", "-d", "."], 1), (["-l", "-f", "."], 1),
                                     (["--check", "-f", "."], 1), (["--check", "-d", "x"], 1)):
             self.assertEqual(self.run_program(*arguments)[0], expected, arguments)
@@ -67,8 +81,7 @@ class Behaviour(unittest.TestCase):
         (self.home / ".sigmira_siglist").write_text("")
         os.chmod(self.home, 0o555)
         self.addCleanup(os.chmod, self.home, 0o755)
-        status, out, err = self.run_program("-q", "-f", f"{TEMPLATES}/drive.vsd", "-s",
-                                            "Virt.*.*", *LOGS, prefix=PLAIN)
+        status, out, err = self.run_program(*RESULTS, prefix=PLAIN)
         self.assertEqual(status, 0, err)
         self.assertIn("WRN", err)
         self.assertEqual(len(out.splitlines()), 2)
@@ -101,23 +114,11 @@ class Behaviour(unittest.TestCase):
             self.assertEqual((status, out), (expected, ""), argument)
             self.assertIn(told.format(path), err)
 
-    def test_folders_of_inputs_are_remembered_in_full(self):
-        (self.home / "to").mkdir()
-        (self.home / "to/x.bin").write_text("")
-        (self.home / "x.tvlive").write_text("TITLE=x\n")
-        self.run_program("-q", "to/x.bin", cwd=self.home)
-        self.run_program("-q", "x.tvlive", cwd=self.home)
-        text = self.settings.read_text()
-        self.assertIn(f"log_path={self.home}/to\n", text)
-        self.assertIn(f"live_path={self.home}\n", text)
-        self.assertIn("TITLE=x\n", (self.home / ".sigmiralive").read_text())
-
     def test_a_dump_prints_every_frame(self):
-        subprocess.run([SIMLOGGER, "record", "--preset", "small", "--frames", "50", "-o",
-                        str(self.home)], check=True, timeout=DEADLINE, stderr=subprocess.DEVNULL)
+        self.record("--preset", "small", "--frames", "50")
         times = {"-o": r"\d+\.\d{3}0", "-m": r"  2024-03-04 08:00:0\d\.\d{3}"}
         for option, time in times.items():
-            status, out, err = self.run_program(option, str(self.home / "small.bin"))
+            status, out, err = self.run_program(option, str(self.home / "logs/small.bin"))
             self.assertEqual((status, err), (0, ""))
             lines = out.splitlines()
             self.assertTrue(lines[0].startswith("date "))
@@ -127,21 +128,20 @@ class Behaviour(unittest.TestCase):
         self.assertFalse(self.settings.read_text().count("vsdFile"), "definitions are not read")
 
     def test_a_full_disk_behind_standard_output_is_told(self):
-        for arguments in (["-o", *LOGS], ["-l", "-f", f"{TEMPLATES}/drive.vsd"], ["-h"], ["--help"],
-                          ["-v"], ["-e"], ["-Z"], ["--check", "-f", f"{TEMPLATES}/drive.vsd"],
-                          ["-q", "-f", f"{TEMPLATES}/drive.vsd", "-s", "Virt.*.*", *LOGS]):
+        for arguments in (["-o", *LOGS], ["-l", "-f", VSD], ["-h"], ["--help"],
+                          ["-v"], ["-e"], ["-Z"], ["--check", "-f", VSD],
+                          RESULTS):
             with open("/dev/full", "wb") as full:
                 status, _, err = self.run_program(*arguments, stdout=full)
             self.assertEqual(status, 1, arguments)
             self.assertIn("No space left on device", err)
 
     def test_closed_streams_are_no_files_of_its_own(self):
-        arguments = ["-q", "-f", f"{TEMPLATES}/drive.vsd", "-s", "Virt.*.*", *LOGS]
-        status, _, err = self.run_program(*arguments, prefix=["sh", "-c", '"$@" >&-', "sh"])
+        status, _, err = self.run_program(*RESULTS, prefix=["sh", "-c", '"$@" >&-', "sh"])
         self.assertEqual(status, 1)
         self.assertIn("Bad file descriptor", err)
         self.settings.write_text("damaged")
-        status, out, _ = self.run_program(*arguments, prefix=["sh", "-c", '"$@" <&- 2>&-', "sh"])
+        status, out, _ = self.run_program(*RESULTS, prefix=["sh", "-c", '"$@" <&- 2>&-', "sh"])
         self.assertEqual(status, 0)
         self.assertEqual(len(out.splitlines()), 2)
         self.assertNotIn("WRN", self.settings.read_text())
@@ -155,9 +155,7 @@ class Behaviour(unittest.TestCase):
             self.assertEqual(err, "")
 
     def test_signals_end_a_dump_with_what_came_so_far(self):
-        subprocess.run([SIMLOGGER, "record", "--preset", "bench", "--files", "3", "--frames",
-                        "400000", "-o", str(self.home / "logs")], check=True, timeout=DEADLINE,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.record("--preset", "bench", "--files", "3", "--frames", "400000")
         for number in (signal.SIGINT, signal.SIGTERM):
             with self.start("-o", str(self.home / "logs"), stdout=subprocess.PIPE) as process:
                 first = process.stdout.readline()
@@ -197,25 +195,23 @@ class Behaviour(unittest.TestCase):
                 self.assertEqual(done.returncode, 1, arguments)
                 self.assertIn(b"standard output could not be written", done.stderr)
 
-    def test_no_progress_line_goes_into_a_pipe(self):
-        _, _, err = self.run_program("-q", "--progress", "-f", f"{TEMPLATES}/drive.vsd", "-s",
-                                     "Virt.*.*", *LOGS)
-        self.assertNotIn("\r", err)
-
     def test_a_progress_line_follows_a_stream_on_a_terminal_and_goes(self):
         terminal, end = pty.openpty()
-        with subprocess.Popen([SIMLOGGER, "serve", "--preset", "small", "--port", "0", "--once"],
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as server:
+        with running([SIMLOGGER, "serve", "--preset", "small", "--port", "0"],
+                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as server:
             port = server.stdout.readline().decode().strip().rpartition(":")[2]
-            with self.start("-q", "-n", "127.0.0.1", "-p", port, "-f", f"{TEMPLATES}/drive.vsd",
-                            stdout=subprocess.PIPE, stderr=end) as process:
+            stream = ["-q", "-n", "127.0.0.1", "-p", port, "-f", VSD]
+            # The first one has the time to show a line until the second one does.
+            with self.start(*stream, "--progress", stdout=subprocess.PIPE) as piped, \
+                    self.start(*stream, stdout=subprocess.PIPE, stderr=end) as process:
                 shown = b""
                 while b"frames read\r" not in shown:
                     self.assertTrue(select.select([terminal], [], [], DEADLINE)[0], shown)
                     shown += os.read(terminal, 4096)
-                process.send_signal(signal.SIGINT)
-                self.assertEqual(process.wait(DEADLINE), 128 + signal.SIGINT)
-            server.wait(DEADLINE)
+                for one in piped, process:
+                    one.send_signal(signal.SIGINT)
+                    self.assertEqual(one.wait(DEADLINE), 128 + signal.SIGINT)
+                self.assertNotIn(b"\r", piped.stderr.read())
         os.close(end)
         while select.select([terminal], [], [], 0)[0]:
             try:

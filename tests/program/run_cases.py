@@ -2,22 +2,19 @@
 """Runs the program as its users do and compares all that it prints and its exit status.
 
     run_cases.py SIGMIRA TEMPLATES [--accept] [name ...]
-
---accept writes what the program says now into golden/, to be read and committed.
 """
-import difflib
-import os
 import pathlib
-import subprocess
 import sys
 import tempfile
 
-from cases import CASES
+import golden
+from cases import CASES, SAME_OUTPUT
 
-HERE = pathlib.Path(__file__).parent
+ARGUMENTS = [a for a in sys.argv[1:] if a != "--accept"]
+PROGRAM, TEMPLATES = (str(pathlib.Path(a).resolve()) for a in ARGUMENTS[:2])
 
 
-def run(program, templates, name):
+def passes(name):
     arguments, files, home_files = CASES[name]
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder, "work")
@@ -27,35 +24,14 @@ def run(program, templates, name):
             for file, text in contents.items():
                 (place / file).parent.mkdir(parents=True, exist_ok=True)
                 (place / file).write_text(text.replace("HOME", str(home)))
-        environment = {"PATH": os.environ["PATH"], "HOME": str(home), "TZ": "UTC"}
-        environment.update({k: v for k, v in os.environ.items() if k.endswith("SAN_OPTIONS")})
-        real = [a.replace("@", templates) if a.startswith("@") else a for a in arguments]
-        done = subprocess.run(["sigmira"] + real, executable=program, cwd=work, env=environment,
-                              stdin=subprocess.DEVNULL, capture_output=True, timeout=120)
-        text = f"--- status {done.returncode}\n--- stdout\n{done.stdout.decode()}"
-        text += f"--- stderr\n{done.stderr.decode()}"
-        return text.replace(templates, "@").replace(str(work), "WORK").replace(str(home), "HOME")
+        real = [a.replace("@", TEMPLATES) if a.startswith("@") else a for a in arguments]
+        text = golden.transcript(golden.run(["sigmira", *real], home, executable=PROGRAM, cwd=work))
+        text = text.replace(TEMPLATES, "@").replace(str(work), "WORK").replace(str(home), "HOME")
+        other = SAME_OUTPUT.get(name)
+        return golden.is_golden(other or name, text, golden.ACCEPT and not other)
 
 
-def main():
-    arguments = [a for a in sys.argv[1:] if a != "--accept"]
-    program, templates = (str(pathlib.Path(a).resolve()) for a in arguments[:2])
-    failed = 0
-    for name in arguments[2:] or CASES:
-        text = run(program, templates, name)
-        golden = HERE / "golden" / f"{name}.txt"
-        if "--accept" in sys.argv:
-            golden.write_text(text)
-            continue
-        expected = golden.read_text() if golden.exists() else ""
-        if text == expected:
-            continue
-        failed += 1
-        sys.stdout.writelines(difflib.unified_diff(expected.splitlines(True), text.splitlines(True),
-                                                   f"golden/{name}.txt", "now"))
-    print(f"{len(CASES) - failed} passed, {failed} failed")
-    return 1 if failed else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+names = ARGUMENTS[2:] or list(CASES)
+failed = [name for name in names if not passes(name)]
+print(f"{len(names) - len(failed)} passed, {len(failed)} failed", *failed)
+sys.exit(bool(failed))
