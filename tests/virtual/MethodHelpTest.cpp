@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 #include "TestModel.h"
+#include "support/Files.h"
 
 namespace trelis {
 namespace {
@@ -18,9 +16,8 @@ using test::TestModel;
 // The first group of an example, as key=value lines.
 std::vector<std::string> exampleLines(const MethodHelp& method) {
     std::vector<std::string> lines;
-    std::istringstream text{std::string(method.example)};
     int groups = 0;
-    for (std::string line; std::getline(text, line);) {
+    for (const std::string& line : test::wordsOf(std::string(method.example), '\n')) {
         if (line.starts_with('[')) ++groups;
         if (groups == 1 && line.find('=') != std::string::npos && !line.starts_with('#'))
             lines.push_back(line);
@@ -46,16 +43,15 @@ std::string keyOf(const std::string& line) {
 }
 
 TEST(MethodHelpTest, examplesMakeSignals) {
-    const auto table =
-        std::filesystem::temp_directory_path() / ("map" + std::to_string(::getpid()) + ".txt");
-    std::ofstream(table) << "0 0 0\n";
+    const test::Folder folder;
+    const std::string table = folder.write("map.txt", "0 0 0\n");
     std::set<std::string_view> names;
     for (const MethodHelp& method : methodKeys()) {
         SCOPED_TRACE(method.method);
         EXPECT_TRUE(names.insert(method.method).second);
         auto lines = exampleLines(method);
         for (std::string& line : lines)
-            if (line.starts_with("file=")) line = "file=" + table.string();
+            if (line.starts_with("file=")) line = "file=" + table;
         ASSERT_EQ(lines.front(), "method=" + std::string(method.method));
         EXPECT_EQ(failureOf(lines), "made");
 
@@ -75,7 +71,6 @@ TEST(MethodHelpTest, examplesMakeSignals) {
             }
         }
     }
-    std::filesystem::remove(table);
     EXPECT_GE(names.size(), 36U);
 }
 
