@@ -23,7 +23,6 @@ TEST(MethodsTest, combineInputs) {
     check({
         {"sum a,b,c", three, "17 0"},
         {"sub a,b,c", three, "7 -14"},
-        {"sub a", three, "12 -7"},
         {"mult a,b,c", three, "72 -70"},
         {"div a,b,c", three, "2 -0.7"},
         {"div a,b", "a 1; b 0", "inf"},
@@ -66,11 +65,9 @@ TEST(MethodsTest, computeFunctions) {
         {"asin a radians=true", "a 0.7", "0.77539747953414917"},
         {"sqrt a", "a 2", "1.4142135381698608"},
         // What is fed back is the value before factor and offset.
-        {"IIR a K=1", "a 3 5 -2", "3 5 -2"},
         {"IIR a K=2 fact=10 offs=1", "a 4 8 0", "41 61 31"},
         {"IIR a", "a 1000 2000", "1000 1001"},
         // The slope puts nothing out in the first step, where the value is taken over.
-        {slope, "a 5 5 5", "0 5 5"},
         {slope, "a 0 9 9 9", "0 1 2 3"},
         {slope, "a 9 0 0", "0 7 5"},
         {slope, "a 0 -9 -9 9 9 9", "0 -2 -5 -1 3 4"},
@@ -83,12 +80,10 @@ TEST(MethodsTest, computeFunctions) {
 TEST(MethodsTest, tellLevelsCountsAndSums) {
     const std::string estimate = "estimate a highLimit=5 lowLimit=1 offValue=-1";
     check({
-        {"above a above=5 below=1", "a 0 6 3 0", "0 1 1 0"},
         {"below a above=5 below=1", "a 0 6 3 0", "1 0 0 1"},
         {"above a above=5 below=1", "a 5 5.5 1 0.9 3", "0 1 1 0 0"},
 
-        {"count a above=5 below=1", "a 0 6 3 6 0 6", "0 1 1 1 1 2"},
-        {"count a above=5 below=1", "a 6 1 6 0.5 5 5.5", "1 1 1 1 1 2"},  // starts low
+        {"count a above=5 below=1", "a 6 3 6 1 6 0.5 5 5.5", "1 1 1 1 1 1 1 2"},  // starts low
         {"count a above=5 below=1 fact=10 offs=1", "a 0 6 0 6", "1 11 11 21 =21"},
         // An edge in the step of a reset is lost.
         {"count a above=5 below=1 resetSig=Can.In.b", "a 0 6 0 6 0 6; b 0 0 0 1 0 0",
@@ -97,11 +92,9 @@ TEST(MethodsTest, tellLevelsCountsAndSums) {
         {"count a above=5 below=1 resetSig=Can.In.b", "a 0 6 6; b nan nan nan", "0 0 0"},
 
         // The step of a change is not counted.
-        {"time a above=5 below=1", "a 6 6 6 6 6 6", "0 0.1 0.2 0.3 0.4 0.5"},
         {"time a above=5 below=1", "a 0 5 5 6 1 1 0", "0 0 0 0 0.1 0.2 0.2"},
         {"time a above=5 below=1 countAbove=false", "a 0 6 6 0 0 0", "0.1 0.1 0.1 0.1 0.2 0.3"},
         {"time a above=5 below=1 resetSig=Can.In.b", "a 6 6 6 6; b 0 0 1 0", "0 0.1 0 0.1"},
-        {"time a above=5 below=1 resetSig=Can.In.b", "a 6 6 6; b nan nan nan", "0 0 0"},
         // Deliberate: the summary takes the offset for milliseconds, the samples for seconds.
         {"time a above=5 below=1 fact=2 offs=1", "a 6 6 6 6 6", "1 1.2 1.4 1.6 1.8 =0.801"},
 
@@ -120,7 +113,6 @@ TEST(MethodsTest, tellLevelsCountsAndSums) {
         {"statistics a type=average fact=2 offs=1", "a", "#0 =1"},  // no step at all
 
         // Excursions are written when they are over.
-        {estimate, "a 0 10 12 15 0 0", "-1 9 9 9 9 -1"},
         {estimate, "a 0 10 3 1 0.5 0", "-1 1.5 1.5 1.5 1.5 -1"},
         {estimate, "a 0 5 10 3 0 0", "-1 -1 1.5 1.5 1.5 -1"},
         {estimate, "a 10 10 10", "#0"},  // still open
@@ -137,7 +129,6 @@ TEST(MethodsTest, measureFrequencies) {
             low += " " + std::to_string(height * 0.09);
         }
     check({
-        {"frequency a", triangle, "7500:1"},
         {"frequency a peaks=2", triangle, "7500:0.5"},
         {"frequency a samples=3", triangle, "7500:1"},
         {"frequency a filter=2", triangle, "7500:1"},
