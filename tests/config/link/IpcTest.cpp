@@ -19,6 +19,7 @@
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/MessageLog.h"
 #include "config/link/LinkObjects.h"
+#include "support/Files.h"
 
 namespace trelis {
 namespace {
@@ -29,20 +30,15 @@ using test::removeLinkObjects;
 /// A file of its own for each test, and with it keys of its own; removes what was made with them.
 class IpcTest : public ::testing::Test {
   protected:
-    IpcTest() {
-        char name[] = "/tmp/sigmira_link_XXXXXX";
-        close(mkstemp(name));
-        path_ = name;
-        removeLinkObjects(path_);
-    }
+    IpcTest() { removeLinkObjects(path_); }
     ~IpcTest() override {
         removeLinkObjects(path_);
-        unlink(path_.c_str());
         while (!MessageLog::instance().isEmpty())
             MessageLog::instance().pop();
     }
 
-    std::string path_;
+    const test::Folder folder_;
+    const std::string path_ = folder_.write("copies", "");
 };
 
 /// A copy with a log whose clock is `offset` ms off.
