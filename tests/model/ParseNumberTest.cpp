@@ -3,41 +3,36 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string_view>
 
 namespace trelis {
 namespace {
 
 TEST(ParseNumber, readsWhatBeginsWithANumber) {
-    constexpr double kNext = 0;          // the double next to the decimal number
-    constexpr double kExponent = 1e-14;  // relative; an exponent scales by exp
     struct Case {
         const char* text;
-        double value;
+        double value;  // the double next to the decimal number, but for an exponent
         std::size_t end;
-        double tolerance = kNext;
     };
     constexpr Case kCases[] = {
         {"0", 0.0, 1},
         {" \t\n+7x", 7.0, 5},
-        {"1.5", 1.5, 3},
         {"1,5", 1.5, 3},
-        {"-0.5", -0.5, 4},
         {"-2,25;", -2.25, 5},
         {"5.", 5.0, 2},
         {"1.2.3", 1.2, 3},
         {"0.1", 0.1, 3},
         {"1700000000.123", 1700000000.123, 14},
         {"0.0000000000000000000000001", 0.0, 27},
-        {"3 4", 3.0, 1},
         {"0x10", 0.0, 1},
         {"9223372036854775807", 9223372036854775807.0, 19},
         {"99999999999999999999999", 9223372036854775807.0, 23},
         {"-99999999999999999999999", -9223372036854775808.0, 24},
         // Behind an exponent the end is the start of its digits.
-        {"1e2", 100.0, 2, kExponent},
-        {"1.5E+3", 1500.0, 5, kExponent},
-        {"2e-3;", 0.002, 3, kExponent},
-        {"-4,5e1 ", -45.0, 5, kExponent},
+        {"1e2", 100.0, 2},
+        {"1.5E+3", 1500.0, 5},
+        {"2e-3;", 0.002, 3},
+        {"-4,5e1 ", -45.0, 5},
         {"0e9999", 0.0, 2},
         {"1e-99999999999999999999", 0.0, 3},
         {"1e99999999999999999999", INFINITY, 2},
@@ -45,10 +40,10 @@ TEST(ParseNumber, readsWhatBeginsWithANumber) {
     for (const Case& c : kCases) {
         const auto number = parseNumber(c.text);
         ASSERT_TRUE(number) << c.text;
-        if (c.tolerance == kNext)
-            EXPECT_EQ(number->value, c.value) << c.text;
-        else
-            EXPECT_NEAR(number->value, c.value, std::abs(c.value) * c.tolerance) << c.text;
+        const bool scaled = std::string_view(c.text).find_first_of("eE") != std::string_view::npos;
+        const double tolerance = scaled && c.value < INFINITY ? std::abs(c.value) * 1e-14 : 0;
+        EXPECT_TRUE(number->value == c.value || std::abs(number->value - c.value) < tolerance)
+            << c.text << " is " << number->value;
         EXPECT_EQ(number->end, c.end) << c.text;
     }
     EXPECT_TRUE(std::signbit(parseNumber("-0")->value));

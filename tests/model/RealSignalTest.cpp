@@ -53,14 +53,10 @@ TEST_F(RealSignalTest, decodesKnownLayouts) {
         double value;
     };
     const Case cases[] = {
-        {{4, 12}, 0x5CA3, 0x5CA},
         {{0, 12, 1, '-'}, 0x0FFF, -1},
         {{7, 16, 0}, 0x3412, 0x1234},
         {{7, 8, 0, '-', 0.5, 10}, 0x80, -54},
-        {{0, 32}, 0xFFFFFFFF, 4294967295.0},
         {{0, 8, 1, '+', 0, 3}, 7, 10},  // a factor of 0 is none
-        {{60, 8}, 0xF0ULL << 56, 0x0F},
-        {{64, 8}, kOnes, 0},
         {{4'000'000'000U, 4'000'000'000U}, kOnes, 0},
     };
     for (const Case& c : cases)

@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <cstdlib>
 
 #include "TestModel.h"
+#include "support/Files.h"
 #include "virtual/GPSTrack.h"
 #include "virtual/GpsPosition.h"
 
@@ -14,6 +12,7 @@ namespace trelis {
 namespace {
 
 using test::kStart;
+using test::Messages;
 using test::TestModel;
 
 struct Fix {
@@ -29,7 +28,9 @@ void feedPositions(TestModel& model, const std::vector<Fix>& fixes, const std::s
     for (std::size_t i = 0; i <= fixes.size(); ++i, time += 1000) {
         const Fix& fix = fixes[std::min(i, fixes.size() - 1)];
         const auto add = [&](const char* message, const char* name, double value) {
-            model.input(name, iface, message)->addSample(time, value);
+            const auto signal = model.input(name, iface, message);
+            signal->addSample(time, value);
+            if (i == fixes.size()) signal->flushSamples();
         };
         add("GPS_POS", "lat", fix.latitude);
         add("GPS_POS", "N_S", fix.northSouth);
@@ -39,21 +40,16 @@ void feedPositions(TestModel& model, const std::vector<Fix>& fixes, const std::s
         add("GPS_MOT", "bearing", 90);
         add("GPS_MOT", "speed", 36);
     }
-    for (const char* name : {"lat", "N_S", "long", "E_W"})
-        model.input(name, iface, "GPS_POS")->flushSamples();
-    for (const char* name : {"alt", "bearing", "speed"})
-        model.input(name, iface, "GPS_MOT")->flushSamples();
 }
 
 TEST(GpsPositionTest, unpacksDegreesAndMinutes) {
-    EXPECT_DOUBLE_EQ(unpackDegrees(573000000), 57.5);
     EXPECT_DOUBLE_EQ(unpackDegrees(-573000000), -57.5);
     EXPECT_NEAR(unpackDegrees(591234567), 59 + 1234567.0 / 6000000, 1e-9);
     const auto packed = [](double) { return true; };
     EXPECT_EQ(decodePosition({573000000, 1, 120000000, 0}, packed).latitude, -57.5);
-    EXPECT_EQ(decodePosition({573000000, 2, 120000000, 1}, packed).latitude, 57.5);
-    EXPECT_EQ(decodePosition({573000000, 2, 120000000, 1}, packed).longitude, -12);
-    EXPECT_EQ(decodePosition({573000000, 0, 1, 1}, packed).latitude, 57.5);
+    const auto other = decodePosition({573000000, 2, 120000000, 1}, packed);
+    EXPECT_EQ(other.latitude, 57.5);
+    EXPECT_EQ(other.longitude, -12);
 }
 
 TEST(GeofenceTest, tellsInsideFromOutside) {
@@ -95,7 +91,7 @@ TEST(GeofenceTest, needsPositions) {
     TestModel model;
     EXPECT_EQ(model.failure(fence), "Can't find message with name GPS_POS");
     model.legacyGps = true;
-    model.bus->number = 7;
+    model.interfaces.erase(0);
     EXPECT_EQ(model.failure(fence), "Can't find interface with id 0");
     EXPECT_FALSE(GPSTrack::create(model.virtualMessage));
 }
@@ -120,19 +116,7 @@ TEST(GpsTrackTest, collectsPointsFromTheFirstFixOn) {
     EXPECT_EQ(track->minY, track->points[1].y);
     EXPECT_EQ(track->maxX, track->points[1].x);
     EXPECT_EQ(track->lastPointTime, kStart + 2000);
-    EXPECT_TRUE(track->hasData);
-    EXPECT_TRUE(track->samples().empty());
-}
-
-// Standard output of a command; empty if it cannot be run.
-std::string outputOf(const std::string& command) {
-    std::string output;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr) return output;
-    for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe))
-        output.push_back(static_cast<char>(byte));
-    ::pclose(pipe);
-    return output;
+    EXPECT_TRUE(track->hasData && track->samples().empty());
 }
 
 TEST(GpsTrackTest, exportsGpx) {
@@ -141,16 +125,14 @@ TEST(GpsTrackTest, exportsGpx) {
     const auto track = GPSTrack::create(model.virtualMessage);
     ASSERT_TRUE(track);
     track->calculate();
-    const auto path =
-        std::filesystem::temp_directory_path() / ("track" + std::to_string(::getpid()) + ".gpx");
+    const test::Folder folder;
+    const std::string path = folder / "track.gpx";
     std::setlocale(LC_NUMERIC, "de_DE.UTF-8");  // where there is one, a comma must not get in
     static_cast<void>(TestModel::messages());
-    EXPECT_TRUE(track->exportGpx(path.string(), kStart, kStart + 1000));
+    EXPECT_TRUE(track->exportGpx(path, kStart, kStart + 1000));
     std::setlocale(LC_NUMERIC, "C");
-    EXPECT_EQ(TestModel::messages(), std::vector<std::string>{"GPS Track created!"});
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    EXPECT_EQ(text.str(),
+    EXPECT_EQ(TestModel::messages(), Messages{"GPS Track created!"});
+    EXPECT_EQ(test::contentOf(path),
               "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<gpx version=\"1.1\" >\n\t<metadata>\n"
               "\t\t<name>Exported GPS track</name>\n"
               "\t\t<desc>Exported from Tarnvale Sigmira</desc>\n\t</metadata>\n\t<trk>\n"
@@ -163,19 +145,20 @@ TEST(GpsTrackTest, exportsGpx) {
               "\t\t\t\t<time>2020-09-13T12:26:41</time>\n\t\t\t</trkpt>\n"
               "\t\t</trkseg>\n\t</trk>\n</gpx>\n");
     // What others read in it; both tools come with the set-up.
-    EXPECT_EQ(outputOf("xmllint --xpath 'count(//trkpt)' " + path.string()), "2\n");
-    const std::string points =
-        outputOf("gpsbabel -t -i gpx -f " + path.string() + " -o unicsv -F -");
-    EXPECT_NE(points.find("-57.000000,12.250000,10.0,10.00,2020/09/13,12:26:40"), std::string::npos)
-        << points;
-    std::filesystem::remove(path);
-    EXPECT_FALSE(track->exportGpx("/nowhere/track.gpx", 0, ~std::uint64_t{0}));
+    const std::string read = folder / "read";
+    const std::string xmllint = "xmllint --xpath 'count(//trkpt)' " + path + " > " + read;
+    EXPECT_EQ(std::system(xmllint.c_str()), 0);
+    EXPECT_EQ(test::contentOf(read), "2\n");
+    const std::string gpsbabel = "gpsbabel -t -i gpx -f " + path + " -o unicsv -F " + read;
+    EXPECT_EQ(std::system(gpsbabel.c_str()), 0);
+    EXPECT_NE(test::contentOf(read).find("-57.000000,12.250000,10.0,10.00,2020/09/13,12:26:40"),
+              std::string::npos);
 
+    EXPECT_FALSE(track->exportGpx("/nowhere/track.gpx", 0, ~std::uint64_t{0}));
     track->points[0].time = ~std::uint64_t{0};
     static_cast<void>(TestModel::messages());
-    EXPECT_TRUE(track->exportGpx(path.string(), 0, ~std::uint64_t{0}));
+    EXPECT_TRUE(track->exportGpx(path, 0, ~std::uint64_t{0}));
     EXPECT_EQ(TestModel::messages().front(), "Failed to get date for ruler");
-    std::filesystem::remove(path);
 }
 
 }  // namespace

@@ -2,23 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "support/TestStore.h"
 #include "virtual/LookupTree.h"
 
 namespace trelis {
 namespace {
 
-TEST(LookupTreeTest, interpolatesAndClamps) {
-    const LookupTree line("1 10\n2 20\n4 0\n", 2);
-    for (const auto& [key, value] : std::vector<std::pair<double, double>>{
-             {0, 10}, {1, 10}, {1.5, 15}, {2, 20}, {3, 10}, {4, 0}, {9, 0}})
-        EXPECT_DOUBLE_EQ(line.interpolate(std::vector{key}), value) << key;
-    EXPECT_TRUE(std::isnan(line.interpolate(std::vector{std::nan("")})));
-
+TEST(LookupTreeTest, hasAValueForAnyKeys) {
+    EXPECT_TRUE(std::isnan(LookupTree("1 10\n2 20\n", 2).interpolate(std::vector{std::nan("")})));
     const LookupTree grid("1 1 10\n1 2 20\n2 1 30\n2 2 40\n", 3);
     EXPECT_EQ(grid.interpolate(std::vector{1.5, 1.5}), 25);
     EXPECT_EQ(grid.interpolate(std::vector{0.0, 9.0}), 20);
@@ -52,66 +47,56 @@ TEST(LookupTreeTest, findsShortRowsWhenItReachesThem) {
     const LookupTree tree("1 1 10\n2\n", 3);
     EXPECT_EQ(tree.interpolate(std::vector{0.5, 3.0}), 10);
     EXPECT_THROW(static_cast<void>(tree.interpolate(std::vector{1.5, 1.0})), std::runtime_error);
-    EXPECT_THROW(static_cast<void>(LookupTree("", 2).interpolate(std::vector{1.0})),
-                 std::runtime_error);
+    EXPECT_THROW(static_cast<void>(LookupTree("", 1).interpolate({})), std::runtime_error);
 }
 
 // ---- against the definition, node by node; columns need not ascend
 
-struct PlainNode {
-    double value = 0;
-    std::vector<PlainNode> children;
-};
+using Rows = std::vector<std::vector<double>>;
 
-double plainLookup(const PlainNode& node, const std::vector<double>& keys, std::size_t depth) {
-    if (depth == keys.size()) return node.children.at(0).value;
-    const double key = keys[depth];
-    const auto& children = node.children;
-    if (key <= children.front().value) return plainLookup(children.front(), keys, depth + 1);
-    if (key >= children.back().value) return plainLookup(children.back(), keys, depth + 1);
-    const PlainNode* lower = nullptr;
-    for (const PlainNode& child : children) {
-        if (child.value == key) return plainLookup(child, keys, depth + 1);
-        if (child.value < key) {
-            lower = &child;
-            continue;
-        }
-        const double low = plainLookup(*lower, keys, depth + 1);
-        const double high = plainLookup(child, keys, depth + 1);
-        return (high - low) * (key - lower->value) / (child.value - lower->value) + low;
+double plainLookup(const Rows& rows, std::span<const double> keys) {
+    if (keys.empty()) return rows.front().front();
+    std::vector<std::pair<double, Rows>> children;  // in the order of the file
+    for (const auto& row : rows) {
+        auto child = std::find_if(children.begin(), children.end(),
+                                  [&](const auto& known) { return known.first == row.front(); });
+        if (child == children.end()) child = children.insert(child, {row.front(), {}});
+        child->second.emplace_back(row.begin() + 1, row.end());
     }
-    return std::nan("");
+    const auto below = [&](const auto& child) {
+        return plainLookup(child.second, keys.subspan(1));
+    };
+    const double key = keys.front();
+    if (key <= children.front().first) return below(children.front());
+    if (key >= children.back().first) return below(children.back());
+    const auto upper = std::find_if(children.begin(), children.end(),
+                                    [&](const auto& child) { return child.first >= key; });
+    if (upper->first == key) return below(*upper);
+    const auto lower = upper - 1;
+    const double low = below(*lower);
+    return (below(*upper) - low) * (key - lower->first) / (upper->first - lower->first) + low;
 }
 
 TEST(LookupTreeTest, agreesWithAPlainWalk) {
-    const auto seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 generator(seed);
+    test::Randomness random;
+    SCOPED_TRACE(random.trace());
     for (int round = 0; round < 200; ++round) {
-        const std::size_t keyCount = 1 + generator() % 3;
-        PlainNode root;
+        const unsigned columns = 2 + random.below(3);
+        Rows rows(1 + random.below(60));
         std::string text;
-        for (std::size_t row = 1 + generator() % 60; row > 0; --row) {
-            PlainNode* node = &root;
-            for (std::size_t column = 0; column <= keyCount; ++column) {
-                const int value = static_cast<int>(generator() % 9);
-                text += std::to_string(value) + " ";
-                auto found = std::find_if(node->children.begin(), node->children.end(),
-                                          [&](const PlainNode& n) { return n.value == value; });
-                if (found == node->children.end()) {
-                    node->children.push_back({static_cast<double>(value), {}});
-                    found = node->children.end() - 1;
-                }
-                node = &*found;
+        for (auto& row : rows) {
+            while (row.size() < columns) {
+                row.push_back(random.below(9));
+                text += std::to_string(row.back()) + " ";
             }
             text += '\n';
         }
-        const LookupTree tree(text, static_cast<unsigned>(keyCount) + 1);
+        const LookupTree tree(text, columns);
         for (int query = 0; query < 50; ++query) {
-            std::vector<double> keys(keyCount);
+            std::vector<double> keys(columns - 1);
             for (double& key : keys)
-                key = static_cast<double>(generator() % 20) / 2 - 0.5;
-            ASSERT_EQ(tree.interpolate(keys), plainLookup(root, keys, 0)) << text;
+                key = random.below(20) / 2.0 - 0.5;
+            ASSERT_EQ(tree.interpolate(keys), plainLookup(rows, keys)) << text;
         }
     }
 }

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <string>
 
 #include "TestModel.h"
@@ -26,76 +25,54 @@ std::string resultOf(const std::string& expression) {
     }
 }
 
-std::string postfixOf(const std::string& expression) {
-    MathParser parser;
-    std::string text;
-    for (const auto& token : parser.toPostfix(parser.tokenize(expression)))
-        text += (text.empty() ? "" : " ") + token.text;
-    return text;
-}
-
-// "formula -> value"
-void check(std::initializer_list<std::string> rows) {
-    for (const std::string& row : rows) {
-        const auto arrow = row.find(" -> ");
-        EXPECT_EQ(resultOf(row.substr(0, arrow)), std::to_string(std::stod(row.substr(arrow + 4))))
-            << row;
-    }
-}
-
-TEST(MathParserTest, computesByRankAndSide) {
-    check({"2+3*4 -> 14",
-           "2^3^2 -> 512",
-           "2*3^2 -> 18",
-           "10-4-3 -> 3",
-           "16/4/2 -> 2",
-           "7%3 -> 1",
-           "-7%3 -> -1",
-           "1<2&&3>2 -> 1",
-           "1+1==2 -> 1",
-           "2<=1||3>=3 -> 1",
-           "1!=1 -> 0",
-           "4 -1 -> 3",
-           "4 - -1 -> 5",
-           "(1+2)*3 -> 9",
-           "  ( 1 )\t -> 1",
-           "sqrt(16)+abs(0-3) -> 7",
-           "floor(2.7)+ceil(2.1) -> 5",
-           "floor(4503599627370497) -> 4503599627370497",
-           "sin(30) -> 0.5",
-           "asin(1) -> 90",
-           "atan(1) -> 45",
-           "exp(0) -> 1",
-           "1/0 -> inf",
-           "2--3 -> 5",
-           "(-3) -> -3",
-           "max(-3,-4) -> -3",
-           "0-sin(0) -> 0"});
-}
-
-TEST(MathParserTest, keepsItsPeculiarities) {
-    check({
-        "log(100) -> 2",  // to base 10
-        // The second argument is the y of the mathematics library.
-        "atan2(1,0) -> 0",
-        "atan2(0,1) -> 90",
-        // A comma leaves the operators of its argument waiting.
-        "max(5-1,5) -> 5",
-        "max(1+1,1) -> 2",
-        "min(5-1,2) -> -1",
-        "min((5-1),2) -> 2",
-        // Behind the second point the rest of a number is dropped; one at the end gets a 0.
-        "1.2.3 -> 1.2",
-        "1. -> 1",
-        // Six decimals, as "%f" prints.
-        "pi*1000000-3141593 -> 0",
-    });
-    EXPECT_EQ(postfixOf("max(1+1,1)"), "1 1 1 + max");
-    EXPECT_EQ(postfixOf("max((1+1),1)"), "1 1 + 1 max");
+TEST(MathParserTest, computes) {
+    struct Case {
+        const char* expression;
+        double value;
+    };
+    for (const auto& [expression, value] : {
+             Case{"2+3*4", 14},
+             {"2^3^2", 512},
+             {"2*3^2", 18},
+             {"10-4-3", 3},
+             {"16/4/2", 2},
+             {"-7%3", -1},
+             {"1<2&&3>2", 1},
+             {"1+1==2", 1},
+             {"2<=1||3>=3", 1},
+             {"1!=1", 0},
+             {"4 -1", 3},
+             {"2--3", 5},
+             {"  ( 1 )\t", 1},
+             {"(1+2)*max(-3,-4)", -9},
+             {"sqrt(16)+abs(0-3)", 7},
+             {"floor(2.7)+ceil(2.1)", 5},
+             {"floor(4503599627370497)", 4503599627370497},
+             {"sin(30)", 0.5},
+             {"asin(1)", 90},
+             {"atan(1)", 45},
+             {"exp(0)", 1},
+             {"1/0", INFINITY},
+             {"0-sin(0)", 0},
+             {"log(100)", 2},  // to base 10
+             // The second argument is the y of the mathematics library.
+             {"atan2(1,0)", 0},
+             {"atan2(0,1)", 90},
+             // A comma leaves the operators of its argument waiting.
+             {"max(5-1,5)", 5},
+             {"max(1+1,1)", 2},
+             {"min(5-1,2)", -1},
+             {"min((5-1),2)", 2},
+             // Behind the second point the rest of a number is dropped; one at the end gets a 0.
+             {"1.2.3", 1.2},
+             {"1.", 1},
+             // Six decimals, as "%f" prints.
+             {"pi*1000000-3141593", 0},
+         })
+        EXPECT_EQ(resultOf(expression), std::to_string(value)) << expression;
     static_cast<void>(TestModel::messages());
-    EXPECT_EQ(postfixOf("1."), "1.0");
-    EXPECT_EQ(TestModel::messages(),
-              std::vector<std::string>{"Missing decimal number(s) in '1.', adding 0"});
+    EXPECT_EQ(MathParser().tokenize("1.").front().text, "1.0");
+    EXPECT_EQ(TestModel::messages(), test::Messages{"Missing decimal number(s) in '1.', adding 0"});
 }
 
 TEST(MathParserTest, tellsWhatIsWrong) {
@@ -115,7 +92,6 @@ TEST(MathParserTest, tellsWhatIsWrong) {
              {"a+1", "Failed to parse expression, check for errors around character 0 (a)"},
              // A minus is a sign only right before a digit.
              {"-sin(1)", "told: Could not convert - to a number"},
-             {"-(1)", "told: Could not convert - to a number"},
              {"2=>1", "Failed to parse expression, check for errors around character 1 (=)"},
              {".5", "Failed to parse expression, check for errors around character 0 (.)"},
              {"$1+1", "Failed to parse expression, check for errors around character 0 ($)"},
@@ -134,14 +110,15 @@ TEST(MathParserTest, takesTheLongestSymbolAndFunctionsFirst) {
     MathParser parser;
     int data = 0;
     parser.registerFunction("sinus", 0, &data);
-    EXPECT_EQ(parser.tokenize("sinus").front().text, "sinus");
-    EXPECT_EQ(parser.tokenize("sin(1)").front().text, "sin");
-    EXPECT_EQ(parser.tokenize("1<=2").size(), 3U);
     parser.registerFunction("p", 0, &data);  // shorter than the constant
-    EXPECT_EQ(parser.tokenize("pi").front().type, MathParser::TokenType::kNumber);
-
-    for (const auto& [name, end] : {std::pair{"sin", ""},
-                                    {"sinus", ""},
+    std::string texts;
+    for (const auto& token : parser.tokenize("sinus<=sin(pi)"))
+        texts += token.text + " ";
+    EXPECT_EQ(texts, "sinus ( ) <= sin ( 3.141593 ) ");
+    EXPECT_THROW(static_cast<void>(parser.evaluate(parser.toPostfix(parser.tokenize("sinus")))),
+                 std::runtime_error);
+    for (const auto& [name, end] : {std::pair{"sinus", ""},
+                                    {"sin", ""},
                                     {"pi", " as a constant"},
                                     {"&&", " as an operator"}}) {
         try {
@@ -152,47 +129,33 @@ TEST(MathParserTest, takesTheLongestSymbolAndFunctionsFirst) {
                       std::string("Registered function '") + name + "' already exists" + end);
         }
     }
-    EXPECT_THROW(static_cast<void>(parser.evaluate(parser.toPostfix(parser.tokenize("sinus")))),
-                 std::runtime_error);
 }
 
 TEST(MathParserTest, survivesHugeExpressions) {
-    constexpr std::size_t kDepth = 10000;
-    const std::string open(kDepth, '(');
-    const std::string close(kDepth, ')');
-    EXPECT_EQ(resultOf(open + "1" + close), "1.000000");
-    EXPECT_EQ(resultOf(open + "1"), "Expression has mismatched parentheses");
-    std::string nested = "1";
-    for (std::size_t i = 0; i < kDepth; ++i)
-        nested = "abs(" + nested;
-    EXPECT_EQ(resultOf(nested + close), "1.000000");
-    std::string sum = "1";
-    while (sum.size() < 1'000'000)
-        sum += "+1";
-    EXPECT_EQ(resultOf(sum), "500001.000000");
-    std::string powers = "1";
-    while (powers.size() < 1'000'000)
-        powers += "^1";
-    EXPECT_EQ(resultOf(powers), "1.000000");
+    const auto repeated = [](const char* part, std::size_t times) {
+        std::string text;
+        while (times-- > 0)
+            text += part;
+        return text;
+    };
+    EXPECT_EQ(resultOf(repeated("(", 10000) + "1"), "Expression has mismatched parentheses");
+    EXPECT_EQ(resultOf(repeated("abs((", 10000) + "1" + repeated("))", 10000)), "1.000000");
+    EXPECT_EQ(resultOf("1" + repeated("+1", 500'000)), "500001.000000");
+    EXPECT_EQ(resultOf("1" + repeated("^1", 500'000)), "1.000000");
+
+    TestModel model;
+    model.feedSteps("s", {1.5});
+    const std::string head = "method=expression\nstep=100\nsignal_01=Can.In.s\nexpr=$01";
+    const auto sum = model.compute(head + repeated("+$01*1", 33'333));
+    EXPECT_EQ(sum->valueAt(test::kStart), 1.5 * 33'334);
 }
 
 // ---- formulas over signals
 
-class Reference : public MathParser {
-  public:
-    std::vector<double> values;
-
-  private:
-    double customFunction(const std::list<double>& /*arguments*/, void* data) override {
-        return values[*static_cast<const std::size_t*>(data)];
-    }
-};
-
-// The block evaluator against the plain one, step by step.
+// The block evaluator against the plain one, which gets the numbers of each step in the formula.
 TEST(CustomMathTest, agreesWithThePlainEvaluator) {
-    const auto seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 generator(seed);
+    test::Randomness random;
+    SCOPED_TRACE(random.trace());
     constexpr std::size_t kSteps = 600;  // more than two blocks
     for (const std::string expression :
          {"$02", "7.5", "$01+$02*3.5-$03/7", "($01-$02)%($03+0.5)^2", "atan2($01,$02)^2-$01^3",
@@ -205,22 +168,22 @@ TEST(CustomMathTest, agreesWithThePlainEvaluator) {
         std::vector<std::vector<double>> columns(3, std::vector<double>(kSteps));
         for (std::size_t i = 0; i < columns.size(); ++i) {
             for (double& value : columns[i])
-                value = static_cast<int>(generator() % 200) - 100;
-            model.feedSteps(std::string(1, static_cast<char>('a' + i)), columns[i]);
+                value = random.below(200) - 100.0;
+            model.feedSteps(std::string(1, "abc"[i]), columns[i]);
         }
         const auto signal =
             model.compute(test::linesOf("expression a,b,c radians=true expr=" + expression));
 
-        Reference reference;
-        reference.radians = true;
-        std::vector<std::size_t> indices = {0, 1, 2};
-        for (std::size_t& index : indices)
-            reference.registerFunction("$0" + std::to_string(index + 1), 0, &index);
-        const auto postfix = reference.toPostfix(reference.tokenize(expression));
         double held = std::nan("");
         for (std::size_t i = 0; i < kSteps; ++i) {
-            reference.values = {columns[0][i], columns[1][i], columns[2][i]};
-            const double value = reference.evaluate(postfix);
+            std::string formula = expression;
+            for (std::size_t at = formula.find('$'); at < formula.size(); at = formula.find('$')) {
+                const auto input = static_cast<std::size_t>(formula.at(at + 2) - '1');
+                formula.replace(at, 3, "(" + std::to_string(columns.at(input)[i]) + ")");
+            }
+            MathParser plain;
+            plain.radians = true;
+            const double value = plain.evaluate(plain.toPostfix(plain.tokenize(formula)));
             // The storage takes a NaN for unchanged, and the first value as it is.
             if (i == 0 || value < held || value > held) held = value;
             const double got = signal->valueAt(test::kStart + i * 100);
@@ -231,26 +194,15 @@ TEST(CustomMathTest, agreesWithThePlainEvaluator) {
 }
 
 TEST(CustomMathTest, readsItsInputs) {
-    std::string twelve = "expression a,b,c,a,b,c,a,b,c signal_10=Can.In.a signal_11=Can.In.b";
-    twelve += " signal_12=Can.In.c expr=$01*2+$12";
     test::check({
-        {twelve, "a 1 2; b 0 0; c 5 7", "7 11"},
+        {"expression a,b,c,a,b,c,a,b,c signal_10=Can.In.a signal_11=Can.In.b signal_12=Can.In.c "
+         "expr=$01*2+$12",
+         "a 1 2; b 0 0; c 5 7", "7 11"},
         {"expression a expression=sin($01*30)", "a 1", "0.49999999999999994"},
         {"expression a radians=true expr=sin($01) expression=1", "a 1", "0.8414709848078965"},
         // Deliberate: an input that the formula does not mention still says when there are steps.
         {"expression a,b expr=$01", "a 0:1 1000:2; b 500:1 1000:2", "400:0 500:1"},
     });
-}
-
-TEST(CustomMathTest, computesHugeFormulas) {
-    TestModel model;
-    model.feedSteps("s", std::vector<double>(20, 1.5));
-    std::string sum = "$01";
-    while (sum.size() < 200'000)
-        sum += "+$01*1";
-    const std::string head = "method=expression\nstep=100\nsignal_01=Can.In.s\nexpr=";
-    const double terms = static_cast<double>((sum.size() - 3) / 6 + 1);
-    EXPECT_EQ(model.compute(head + sum)->valueAt(test::kStart), 1.5 * terms);
 }
 
 }  // namespace

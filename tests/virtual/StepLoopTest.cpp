@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <random>
 
 #include "TestModel.h"
 #include "virtual/CustomSignal.h"
@@ -13,7 +12,8 @@ namespace {
 using test::kStart;
 using test::stored;
 using test::TestModel;
-using Samples = std::vector<std::pair<std::uint64_t, double>>;
+using test::TimedValues;
+using Times = std::vector<std::uint64_t>;
 
 // Notes every step: its time and what the inputs hold.
 class Recorder : public CustomSignal {
@@ -29,55 +29,17 @@ class Recorder : public CustomSignal {
             held.push_back(input.heldValue);
     }
 
-    std::vector<std::uint64_t> steps;
+    Times steps;
     std::vector<double> held;
 };
 
-using Times = std::vector<std::uint64_t>;
-
-TEST(StepLoopTest, waitsForAllInputsAtBothEnds) {
-    TestModel model;
-    model.feed("a", {{0, 1}, {1000, 2}, {2000, 3}});
-    Recorder recorder(model, 500, {"a", "b"});
-    recorder.calculate();
-    EXPECT_FALSE(recorder.started);
-    model.feed("b", {{700, 10}, {1700, 20}});
-    recorder.calculate();
-    recorder.calculate();
-    // The last sample of b has no successor: its step may still change.
-    EXPECT_EQ(recorder.steps, (Times{700, 1200}));
-    EXPECT_EQ(recorder.held, (std::vector<double>{1, 10, 2, 10}));
-    model.feed("b", {{1900, 30}});
-    recorder.calculate();
-    EXPECT_EQ(recorder.steps, (Times{700, 1200, 1700}));
-    EXPECT_EQ(recorder.held.back(), 20);
-}
-
-TEST(StepLoopTest, jumpsOverGapsOnly) {
-    struct Case {
-        std::uint64_t next;  // sample behind the one at 0
-        Times steps;
-    };
-    // After the step at 0 the next one would be at 4000.
-    for (const auto& [next, steps] :
-         {Case{14000, {0, 4000, 8000, 12000, 16000}}, Case{14001, {0, 14001, 18001}}}) {
-        TestModel model;
-        model.feed("a", {{0, 1}, {next, 2}, {next + 6000, 3}});
-        // A sample of b alone does not bridge the gap of a.
-        model.feed("b", {{0, 1}, {7000, 2}, {next, 3}, {next + 6000, 4}});
-        Recorder recorder(model, 4000, {"a", "b"});
-        recorder.calculate();
-        EXPECT_EQ(recorder.steps, steps) << next;
-    }
-}
-
 TEST(StepLoopTest, endsOnDamagedTimes) {
     constexpr std::uint64_t kLast = ~std::uint64_t{0};
-    for (const std::vector<std::uint64_t>& times : {std::vector<std::uint64_t>{1, kLast},
-                                                    {1, kLast - 5, kLast},
-                                                    {kLast - 9, kLast},
-                                                    {5, 1, kLast, 2, 9},
-                                                    {kStart, kLast / 2 + 9, 3, 4, 5}}) {
+    for (const Times& times : {Times{1, kLast},
+                               {1, kLast - 5, kLast},
+                               {kLast - 9, kLast},
+                               {5, 1, kLast, 2, 9},
+                               {kStart, kLast / 2 + 9, 3, 4, 5}}) {
         TestModel model;
         for (const char* name : {"a", "b"})
             for (const std::uint64_t time : times)
@@ -96,105 +58,58 @@ TEST(StepLoopTest, endsOnDamagedTimes) {
 
 // ---- the loop against its definition, step by step
 
-class PlainLoop {
-  public:
-    PlainLoop(std::vector<std::vector<Sample>> inputs, std::uint64_t step)
-        : inputs_(std::move(inputs)),
-          step_(step),
-          positions_(inputs_.size()),
-          held_(inputs_.size()) {}
-
-    std::vector<std::uint64_t> steps;
-    std::vector<double> held;
-
-    void run() {
+struct PlainLoop {
+    PlainLoop(const std::vector<SignalInput>& inputs, std::uint64_t step) {
+        std::vector<std::span<const Sample>> rest;
         std::uint64_t time = 0;
-        for (const auto& samples : inputs_)
-            time = std::max(time, samples.front().time);
+        for (const auto& input : inputs) {
+            rest.push_back(input.signal->samples().view());
+            time = std::max(time, rest.back().front().time);
+        }
+        std::vector<double> values(rest.size());
         for (;;) {
-            for (std::size_t i = 0; i < inputs_.size(); ++i)
-                while (positions_[i] < inputs_[i].size() && inputs_[i][positions_[i]].time <= time)
-                    held_[i] = inputs_[i][positions_[i]++].value;
-            for (std::size_t i = 0; i < inputs_.size(); ++i)
-                if (positions_[i] == inputs_[i].size()) return;
-            steps.push_back(time - kStart);
-            held.insert(held.end(), held_.begin(), held_.end());
-            time += step_;
+            for (std::size_t i = 0; i < rest.size(); ++i)
+                for (; !rest[i].empty() && rest[i].front().time <= time;
+                     rest[i] = rest[i].subspan(1))
+                    values[i] = rest[i].front().value;
             std::uint64_t latest = 0;
-            bool gap = false;
-            for (std::size_t i = 0; i < inputs_.size(); ++i) {
-                const std::uint64_t next = inputs_[i][positions_[i]].time;
-                gap = gap || next > time + 10000;
-                latest = std::max(latest, next);
+            for (const auto& samples : rest) {
+                if (samples.empty()) return;
+                latest = std::max(latest, samples.front().time);
             }
-            if (gap) time = latest;
+            steps.push_back(time - kStart);
+            held.insert(held.end(), values.begin(), values.end());
+            time += step;
+            if (latest > time + 10000) time = latest;
         }
     }
 
-  private:
-    std::vector<std::vector<Sample>> inputs_;
-    std::uint64_t step_;
-    std::vector<std::size_t> positions_;
-    std::vector<double> held_;
+    Times steps;
+    std::vector<double> held;
 };
 
-Samples randomSamples(std::mt19937& generator, std::size_t count) {
-    Samples samples;
-    std::uint64_t time = generator() % 3000;
-    for (std::size_t i = 0; i < count; ++i) {
-        samples.emplace_back(time, static_cast<double>(generator() % 4));
-        time += generator() % 50 == 0 ? 9000 + generator() % 15000 : 1 + generator() % 300;
+TimedValues randomSamples(test::Randomness& random) {
+    TimedValues samples;
+    std::uint64_t time = random.below(3000);
+    for (std::uint32_t count = 2 + random.below(300); count > 0; --count) {
+        samples.emplace_back(time, random.below(4));
+        time += random.below(50) == 0 ? 9000 + random.below(15000) : 1 + random.below(300);
     }
     return samples;
 }
 
 TEST(StepLoopTest, followsItsDefinition) {
-    const auto seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 generator(seed);
+    test::Randomness random;
+    SCOPED_TRACE(random.trace());
     for (int round = 0; round < 100; ++round) {
         TestModel model;
         for (const char* name : {"a", "b", "c"})
-            model.feed(name, randomSamples(generator, 2 + generator() % 300));
-        const auto step = static_cast<std::uint32_t>(1 + generator() % 700);
-        Recorder recorder(model, step, {"a", "b", "c"});
-        std::vector<std::vector<Sample>> inputs;
-        for (const auto& input : recorder.inputs)
-            inputs.emplace_back(input.signal->samples().begin(), input.signal->samples().end());
-        PlainLoop plain(std::move(inputs), step);
-        plain.run();
+            model.feed(name, randomSamples(random));
+        Recorder recorder(model, 1 + random.below(700), {"a", "b", "c"});
         recorder.calculate();
+        const PlainLoop plain(recorder.inputs, recorder.step);
         ASSERT_EQ(recorder.steps, plain.steps);
         ASSERT_EQ(recorder.held, plain.held);
-    }
-}
-
-// A live run computes bit by bit, from arrays that move, with an end marker that moves too. Where
-// there are no gaps it comes to the same steps.
-TEST(StepLoopTest, computesTheSameLive) {
-    const auto seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 generator(seed);
-    for (int round = 0; round < 30; ++round) {
-        TestModel logs;
-        TestModel live;
-        live.liveMode = true;
-        Recorder atOnce(logs, 70, {"a", "b"});
-        Recorder byAndBy(live, 70, {"a", "b"});
-        std::uint64_t time = kStart;
-        for (int i = 0; i < 800; ++i, time += generator() % 150) {
-            const char* name = generator() % 2 == 0 ? "a" : "b";
-            const auto value = static_cast<double>(generator() % 3);
-            logs.input(name)->addSample(time, value);
-            live.input(name)->addSample(time, value);
-            if (generator() % 5 == 0) byAndBy.calculate();
-        }
-        for (const char* name : {"a", "b"})
-            logs.input(name)->flushSamples();
-        atOnce.calculate();
-        byAndBy.calculate();
-        ASSERT_EQ(byAndBy.steps, atOnce.steps);
-        ASSERT_EQ(byAndBy.held, atOnce.held);
     }
 }
 
@@ -205,14 +120,13 @@ TEST(EstimateTest, writesLongExcursionsAsIfStepByStep) {
         TestModel model;
         const auto input = model.input("a");
         for (const auto& [time, value] :
-             Samples{{0, 0}, {50, 9}, {123'456, 9}, {163'456, 0}, {203'456, 1}})
+             TimedValues{{0, 0}, {50, 9}, {123'456, 9}, {163'456, 0}, {203'456, 1}})
             input->addSample(kStart + time, value);
         const auto signal = model.compute(
             test::linesOf("estimate a highLimit=5 lowLimit=1 fact=2 step=" + std::to_string(step)));
 
         // The same steps one by one into a signal that is not computed.
-        PlainLoop loop({{input->samples().begin(), input->samples().end()}}, step);
-        loop.run();
+        const PlainLoop loop(Recorder(model, step, {"a"}).inputs, step);
         Signal plain(model.virtualMessage, "plain");
         std::optional<std::uint64_t> highStart;
         double sum = 0;

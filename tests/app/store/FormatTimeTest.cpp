@@ -11,41 +11,38 @@
 namespace trelis {
 namespace {
 
-TEST(FormatTime, writesSecondsSinceTheFirstFrame) {
-    test::TestStore store;
-    EXPECT_EQ(formatTime(store, 1500, false, false), " 1.500s");  // nothing was parsed yet
-    store.parseFirstTime = 1'000'000;
-    EXPECT_EQ(formatTime(store, 1'012'345, false, false), " 12.345s");
-    EXPECT_EQ(formatTime(store, 1'012'345, false, true), " 12.345s");
-    EXPECT_EQ(formatTime(store, 999'999, false, false), "-0.001s");
-    EXPECT_EQ(formatTime(store, 5'000'001'000'000, false, false), " 5000000000.000s");
-    store.timeDecimals = 1;
-    EXPECT_EQ(formatTime(store, 1'012'390, false, false), " 12.3s");
-    store.timeDecimals = 2;
-    EXPECT_EQ(formatTime(store, 1'000'009, false, false), " 0.00s");
-}
-
-TEST(FormatTime, writesDatesAndDurations) {
-    test::TestStore store;
-    store.parseFirstTime = 77;  // no part of either
+TEST(FormatTime, writesSecondsDatesAndDurations) {
+    constexpr std::uint64_t kNone = Store::kNoTime;  // nothing was parsed yet
     struct Case {
         std::int64_t time;
+        bool asDate;
         bool absolute;
         const char* text;
+        std::uint64_t first = 1'000'000;
+        std::uint32_t decimals = 3;
     };
     constexpr Case kCases[] = {
-        {1'700'000'000'123, true, "  2023-11-14 22:13:20.123"},
-        {0, true, "  1970-01-01 00:00:00.000"},
-        {-1, true, "- 1970-01-01 00:00:00.001"},
-        {951'782'400'000, true, "  2000-02-29 00:00:00.000"},
-        {0, false, " 00:00:00.000"},
-        {86'399'999, false, " 23:59:59.999"},
-        {86'400'000, false, " (+1) 00:00:00.000"},
-        {-90'061'001, false, "-(+1) 01:01:01.001"},
-        {std::numeric_limits<std::int64_t>::min(), false, "-(+106751991167) 07:12:55.808"},
+        {1500, false, false, " 1.500s", kNone},
+        {1'012'345, false, true, " 12.345s"},
+        {999'999, false, false, "-0.001s"},
+        {5'000'001'000'000, false, false, " 5000000000.000s"},
+        {1'012'390, false, false, " 12.3s", 1'000'000, 1},
+        {1'000'009, false, false, " 0.00s", 1'000'000, 2},
+        {1'700'000'000'123, true, true, "  2023-11-14 22:13:20.123"},
+        {0, true, true, "  1970-01-01 00:00:00.000"},
+        {-1, true, true, "- 1970-01-01 00:00:00.001"},
+        {951'782'400'000, true, true, "  2000-02-29 00:00:00.000"},
+        {86'399'999, true, false, " 23:59:59.999"},
+        {86'400'000, true, false, " (+1) 00:00:00.000"},
+        {-90'061'001, true, false, "-(+1) 01:01:01.001"},
+        {std::numeric_limits<std::int64_t>::min(), true, false, "-(+106751991167) 07:12:55.808"},
     };
-    for (const Case& c : kCases)
-        EXPECT_EQ(formatTime(store, c.time, true, c.absolute), c.text);
+    test::TestStore store;
+    for (const Case& c : kCases) {
+        store.parseFirstTime = c.first;
+        store.timeDecimals = c.decimals;
+        EXPECT_EQ(formatTime(store, c.time, c.asDate, c.absolute), c.text);
+    }
 }
 
 TEST(FormatTime, staysInItsBuffer) {

