@@ -4,7 +4,6 @@
 #include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 
-#include "app/diagnostics/MessageLog.h"
 #include "input/AscImport.h"
 #include "input/CsvImport.h"
 #include "input/LogFiles.h"
@@ -51,17 +50,14 @@ void DialogAnswers::expect(int response, std::function<bool(Gtk::Dialog&)> prepa
 void DialogAnswers::expectFile(const std::string& path, int response) {
     expect(response, [path, chosen = false](Gtk::Dialog& dialog) mutable {
         auto& chooser = dynamic_cast<Gtk::FileChooserDialog&>(dialog);
-        if (!chosen) {
-            const bool save = chooser.get_action() == Gtk::FILE_CHOOSER_ACTION_SAVE;
-            const std::filesystem::path file(path);
-            if (save && !std::filesystem::exists(file)) {
-                chooser.set_current_folder(file.parent_path().string());
-                chooser.set_current_name(file.filename().string());
-            } else {
-                chooser.set_filename(path);
-            }
-            chosen = true;
+        const std::filesystem::path file(path);
+        if (!chosen && chooser.get_action() == Gtk::FILE_CHOOSER_ACTION_SAVE && !exists(file)) {
+            chooser.set_current_folder(file.parent_path().string());
+            chooser.set_current_name(file.filename().string());
+        } else if (!chosen) {
+            chooser.set_filename(path);
         }
+        chosen = true;
         return chooser.get_filename() == path;
     });
 }
@@ -72,32 +68,21 @@ std::vector<std::string> DialogAnswers::takeTexts() {
 
 bool DialogAnswers::look() {
     Gtk::Dialog* dialog = openDialog();
-    if (dialog == nullptr) {
-        current_ = answered_ = nullptr;
-        return true;
-    }
-    if (dialog != current_) {
-        current_ = dialog;
-        answered_ = nullptr;
-        looks_ = 0;
-        // The next dialog may stand in the very same place of the stack.
-        gone_.disconnect();
-        gone_ = dialog->signal_unmap().connect([this] { current_ = answered_ = nullptr; });
-        texts_.push_back(textsOf(*dialog));
-    }
+    if (dialog == nullptr) return true;
     const bool late = ++looks_ > kMostLooks;
     // A file chooser looks at the file first, and responds when it knows it.
     if (dialog == answered_ && !late) return true;
-    if (plan_.empty() || late) {
-        ADD_FAILURE() << (late ? "not ready: " : "unexpected: ") << textsOf(*dialog);
-        if (!plan_.empty()) plan_.pop_front();
-        dialog->response(Gtk::RESPONSE_CANCEL);
-        return true;
-    }
-    if (plan_.front().prepare && !plan_.front().prepare(*dialog)) return true;
-    const int response = plan_.front().response;
-    plan_.pop_front();
+    const bool expected = !plan_.empty() && !late;
+    if (expected && plan_.front().prepare && !plan_.front().prepare(*dialog)) return true;
+    EXPECT_TRUE(expected) << (late ? "not ready: " : "unexpected: ") << textsOf(*dialog);
+    const int response = expected ? plan_.front().response : int{Gtk::RESPONSE_CANCEL};
+    if (!plan_.empty()) plan_.pop_front();
+    texts_.push_back(textsOf(*dialog));
+    looks_ = 0;
     answered_ = dialog;
+    // The next dialog may stand in the very same place of the stack.
+    gone_.disconnect();
+    gone_ = dialog->signal_unmap().connect([this] { answered_ = nullptr; });
     dialog->response(response);
     return true;
 }
@@ -120,29 +105,22 @@ std::string shownText(Gtk::Widget& widget) {
     return {};
 }
 
-Gtk::MenuItem* findItem(Gtk::MenuShell& shell, const std::string& label) {
+Gtk::MenuItem& findItem(Gtk::MenuShell& shell, const std::string& label) {
     for (Gtk::Widget* child : shell.get_children())
         if (auto* item = dynamic_cast<Gtk::MenuItem*>(child);
             item != nullptr && shownText(*item) == label)
-            return item;
-    return nullptr;
+            return *item;
+    throw std::out_of_range(label);
 }
 
 }  // namespace
 
-Gtk::MenuItem* WindowProbe::menu(const std::string& label) {
+Gtk::MenuItem& WindowProbe::menu(const std::string& label) {
     return findItem(window_.menuBar_, label);
 }
 
-Gtk::MenuItem* WindowProbe::item(const std::string& menuLabel, const std::string& label) {
-    Gtk::MenuItem* top = menu(menuLabel);
-    return top == nullptr ? nullptr : findItem(*top->get_submenu(), label);
-}
-
-void WindowProbe::choose(const std::string& menuLabel, const std::string& label) {
-    Gtk::MenuItem* found = item(menuLabel, label);
-    ASSERT_NE(found, nullptr) << menuLabel << " > " << label;
-    found->activate();
+Gtk::MenuItem& WindowProbe::item(const std::string& menuLabel, const std::string& label) {
+    return findItem(*menu(menuLabel).get_submenu(), label);
 }
 
 WindowTest::WindowTest() : settings_(SettingsPaths{folder_ / "settings", folder_ / "lists"}) {
@@ -156,6 +134,7 @@ WindowTest::WindowTest() : settings_(SettingsPaths{folder_ / "settings", folder_
     loadVsdFile(store_, settings_.getVsdFile());
     window_ = std::make_unique<Window>(store_, settings_);
     probe_ = std::make_unique<WindowProbe>(*window_);
+    test::present(*window_);
 }
 
 WindowTest::~WindowTest() {
@@ -204,17 +183,6 @@ void WindowTest::waitIdle() {
         ASSERT_TRUE(test::pump(idle));
         test::pumpPending();
     } while (!idle());
-}
-
-std::vector<std::string> WindowTest::takeMessages() {
-    std::vector<std::string> texts;
-    while (!MessageLog::instance().isEmpty())
-        texts.push_back(MessageLog::instance().pop().text);
-    return texts;
-}
-
-std::shared_ptr<Signal> WindowTest::signal(const std::string& reference) {
-    return store_.getSignal(reference);
 }
 
 }  // namespace trelis

@@ -5,16 +5,13 @@
 #include <gtkmm/filechooserdialog.h>
 
 #include <deque>
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "app/store/Store.h"
 #include "config/settings/Settings.h"
+#include "model/Message.h"
+#include "model/Signal.h"
 #include "plot/GuiTest.h"
 #include "plot/Window.h"
+#include "support/TestStore.h"
 
 namespace trelis::test {
 
@@ -34,7 +31,6 @@ class DialogAnswers {
     void expectFile(const std::string& path, int response = -5);
     /// "title|text|secondary text" of the dialogs so far; forgets them.
     std::vector<std::string> takeTexts();
-    [[nodiscard]] bool allAnswered() const { return plan_.empty(); }
 
   private:
     struct Answer {
@@ -45,9 +41,8 @@ class DialogAnswers {
 
     std::deque<Answer> plan_;
     std::vector<std::string> texts_;
-    Gtk::Dialog* current_ = nullptr;   ///< the one on the screen
     Gtk::Dialog* answered_ = nullptr;  ///< it got its response and is about to go
-    int looks_ = 0;
+    int looks_ = 0;                    ///< since the last response
     sigc::connection timer_;
     sigc::connection gone_;
 };
@@ -90,11 +85,13 @@ class WindowProbe {
         return window_.dropdownSignal_;
     }
 
-    /// The item of a menu of the bar, by the texts that a user sees; null if there is none.
-    Gtk::MenuItem* item(const std::string& menu, const std::string& label);
-    Gtk::MenuItem* menu(const std::string& label);
+    /// A menu of the bar and its item, by the texts that a user sees.
+    Gtk::MenuItem& menu(const std::string& label);
+    Gtk::MenuItem& item(const std::string& menuLabel, const std::string& label);
     /// Chooses it as the pointer or the Return key does.
-    void choose(const std::string& menu, const std::string& label);
+    void choose(const std::string& menuLabel, const std::string& label) {
+        item(menuLabel, label).activate();
+    }
 
   private:
     Window& window_;
@@ -105,8 +102,8 @@ using Texts = std::vector<std::string>;
 /// A signal of the sample.
 inline constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
 
-/// A window on a Store of its own, whose definitions are those of the sample. No recording is
-/// loaded and nothing is selected.
+/// A window on the screen and a Store of its own, whose definitions are those of the sample. No
+/// recording is loaded and nothing is selected.
 class WindowTest : public testing::Test {
   protected:
     WindowTest();
@@ -121,8 +118,8 @@ class WindowTest : public testing::Test {
     /// Waits until no parse runs and nothing is painted.
     void waitIdle();
     /// What would be shown to the user; forgets it.
-    static std::vector<std::string> takeMessages();
-    std::shared_ptr<Signal> signal(const std::string& reference);
+    static Texts takeMessages() { return test::TestStore::messages(); }
+    std::shared_ptr<Signal> signal(const std::string& path) { return store_.getSignal(path); }
 
     test::Folder folder_;
     Settings settings_;
