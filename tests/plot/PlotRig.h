@@ -18,8 +18,7 @@
 namespace trelis::test {
 
 /// Notes what the plot asks of its window.
-class RecordingHost : public PlotHost {
-  public:
+struct RecordingHost : PlotHost {
     void popupPlotMenu(const std::shared_ptr<Signal>& signal) override { note("menu", signal); }
     void hideSignal(const std::shared_ptr<Signal>& signal) override { note("hide", signal); }
     void changeColor(const std::shared_ptr<Signal>& signal) override { note("colour", signal); }
@@ -31,14 +30,11 @@ class RecordingHost : public PlotHost {
     void rulersMoved(std::int64_t left, std::int64_t right) override {
         rulers.push_back(std::to_string(left) + " " + std::to_string(right));
     }
-
-    std::vector<std::string> calls;
-    std::vector<std::string> rulers;
-
-  private:
     void note(const std::string& what, const std::shared_ptr<Signal>& signal) {
         calls.push_back(what + " " + signal->name);
     }
+
+    std::vector<std::string> calls, rulers;
 };
 
 class PlotRig : public testing::Test {

@@ -66,7 +66,7 @@ TEST_F(SubPlotTest, DrawsStepsAsAStaircase) {
     EXPECT_EQ(picture.countInRow(200, kRed), 2);
 }
 
-TEST_F(SubPlotTest, BreaksTheLineAtAGapAndKeepsASpike) {
+TEST_F(SubPlotTest, BreaksTheLineAtAGap) {
     const auto broken = addSignal("Broken", "#ffff00000000");
     const auto joined = addSignal("Joined", "#00000000ffff");
     for (const auto& [signal, silence] : {std::pair{broken, 10001U}, std::pair{joined, 10000U}}) {
@@ -75,17 +75,11 @@ TEST_F(SubPlotTest, BreaksTheLineAtAGapAndKeepsASpike) {
         signal->addSample(kStart + 5000 + silence, 0);
         signal->addSample(kStart + 20001, 1);
     }
-    const auto spike = addSignal("Spike", "#00008000ffff");
-    for (std::uint64_t i = 0; i < 20000; ++i)
-        for (const std::uint64_t part : {0U, 1U})
-            spike->addSample(kStart + i, i == 7777 && part == 1 ? 50.0 : 0.0);
     show(20001);
     const Picture picture(plot_);
     const int column = 400;  // 10 s, in the silence
     EXPECT_EQ(picture.countInColumn(column, kRed), 0);
     EXPECT_EQ(picture.countInColumn(column, kBlue), 2);
-    const int spikeRow = 2 * (400 / 3) + 30;
-    EXPECT_EQ(picture.countInRow(spikeRow, 0x0080FF), 2);
 }
 
 TEST_F(SubPlotTest, MovesRulersWithTheButtons) {
@@ -183,9 +177,6 @@ TEST_F(SubPlotTest, StretchesTheOldPictureUntilTheNewOneIsIn) {
         EXPECT_GT(stretched.countInRow(kTop, kRed), before.countInRow(kTop, kRed) * 11 / 10);
         EXPECT_TRUE(pump([this] { return plot_.isPainting(); }));
     }
-    settle();
-    const Picture after(plot_);
-    EXPECT_NEAR(after.countInRow(kTop, kRed), before.countInRow(kTop, kRed) * 1.2, 2);
 }
 
 TEST_F(SubPlotTest, ActsOnTheRowUnderThePointer) {

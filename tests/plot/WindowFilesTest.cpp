@@ -1,4 +1,4 @@
-// Definitions, reloads, signal lists and dumps, from the window.
+// Definitions, reloads and signal lists, from the window.
 #include <gdk/gdkkeysyms.h>
 
 #include "plot/WindowRig.h"
@@ -11,7 +11,7 @@ using test::DialogAnswers;
 
 TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     int reloaded = 0;
-    window_->windowReloaded.connect([&] { ++reloaded; });
+    auto connection = window_->windowReloaded.connect([&] { ++reloaded; });
     DialogAnswers answers;
     const std::string dbc = test::sampleFile("drive_powertrain.dbc");
     for (const int response : {-6, -5}) {
@@ -24,6 +24,7 @@ TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
     EXPECT_NO_THROW(signal("Can.EngineData.EngineSpeed"));
     test::pumpPending();
     EXPECT_EQ(reloaded, 1);
+    connection.disconnect();
 
     answers.expectFile(test::sampleFile("drive.vsd"));
     test::pressKey(*window_, GDK_KEY_l, GDK_CONTROL_MASK);

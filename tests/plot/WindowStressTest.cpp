@@ -2,9 +2,6 @@
 // The sanitizers look for torn data.
 #include <glibmm/main.h>
 
-#include "input/LogFiles.h"
-#include "input/VsdFile.h"
-#include "model/builtin/LoggerMessage.h"
 #include "plot/WindowRig.h"
 
 namespace trelis {

@@ -184,10 +184,8 @@ TEST_F(WindowTest, SearchFiltersThePageThatIsShown) {
     probe_->notebook().set_current_page(1);
     EXPECT_EQ(interfaces(probe_->statisticsList()), 0U);
 
-    window_->findInList(signal("ST_Powertrain.MsgRate.EngineData"));
-    EXPECT_EQ(probe_->search().get_text(), "");
-    EXPECT_EQ(probe_->notebook().get_current_page(), 1);
     window_->findInList(signal(kSpeed));
+    EXPECT_EQ(probe_->search().get_text(), "");
     EXPECT_EQ(probe_->notebook().get_current_page(), 0);
 }
 
@@ -281,35 +279,31 @@ TEST_F(WindowTest, HelpAndTitleDialogs) {
 }
 
 TEST_F(WindowTest, MenusHideWhatDoesNotFitTheRow) {
-    const auto rows = [this](DropdownMenu menu, const std::function<void()>& open) {
-        whilePressed(open);
+    using enum DropdownMenu;
+    const auto rows = [this](DropdownMenu menu, const auto& popup, const auto& row) {
+        whilePressed([&] { (*window_.*popup)(row); });
         std::string shown;
-        for (std::size_t row = 0; row < kDropdownRows; ++row)
-            if (auto* item = probe_->dropdowns().item(menu, static_cast<DropdownRow>(row));
+        for (std::size_t i = 0; i < kDropdownRows; ++i)
+            if (auto* item = probe_->dropdowns().item(menu, static_cast<DropdownRow>(i));
                 item != nullptr && item->get_visible())
-                shown += std::to_string(row) + " ";
+                shown += std::to_string(i) + " ";
         probe_->dropdowns().menu(menu).popdown();
         test::pumpPending();
         return shown;
     };
     const auto bus = signal(kSpeed);
     const auto computed = signal("Virt.Engine.TorqueCalm");
-    EXPECT_EQ(rows(DropdownMenu::kPlot, [&] { window_->popupPlotMenu(bus); }),
-              "0 1 2 3 4 5 6 7 14 15 19 20 21 22 ");
-    EXPECT_EQ(probe_->dropdownSignal(), bus);
-    EXPECT_EQ(rows(DropdownMenu::kPlot, [&] { window_->popupPlotMenu(computed); }),
-              "0 1 2 3 4 6 7 14 15 16 19 20 21 22 ");
-    EXPECT_EQ(rows(DropdownMenu::kSignal, [&] { window_->popupSignalMenu(bus); }),
-              "2 3 4 5 6 8 9 10 11 12 13 20 21 ");
-    EXPECT_EQ(rows(DropdownMenu::kMessage, [&] { window_->popupMessageMenu(bus); }),
-              "5 8 9 10 11 12 13 20 21 ");
-    EXPECT_EQ(rows(DropdownMenu::kMessage, [&] { window_->popupMessageMenu(computed); }),
-              "8 9 10 11 12 13 17 18 21 ");
-    EXPECT_EQ(rows(DropdownMenu::kInterface, [&] { window_->popupInterfaceMenu(true); }),
-              "8 9 10 11 12 13 17 18 21 ");
+    constexpr auto kOnMessage = &Window::popupMessageMenu;
+    constexpr auto kOnInterface = &Window::popupInterfaceMenu;
+    EXPECT_EQ(rows(kPlot, &Window::popupPlotMenu, bus), "0 1 2 3 4 5 6 7 14 15 19 20 21 22 ");
+    EXPECT_EQ(rows(kPlot, &Window::popupPlotMenu, computed), "0 1 2 3 4 6 7 14 15 16 19 20 21 22 ");
+    EXPECT_EQ(rows(kSignal, &Window::popupSignalMenu, bus), "2 3 4 5 6 8 9 10 11 12 13 20 21 ");
+    EXPECT_EQ(rows(kMessage, kOnMessage, bus), "5 8 9 10 11 12 13 20 21 ");
+    EXPECT_EQ(rows(kMessage, kOnMessage, computed), "8 9 10 11 12 13 17 18 21 ");
+    EXPECT_EQ(probe_->dropdownSignal(), computed);
+    EXPECT_EQ(rows(kInterface, kOnInterface, true), "8 9 10 11 12 13 17 18 21 ");
+    EXPECT_EQ(rows(kInterface, kOnInterface, false), "8 9 10 11 12 13 21 ");
     EXPECT_EQ(probe_->dropdownSignal(), nullptr);
-    EXPECT_EQ(rows(DropdownMenu::kInterface, [&] { window_->popupInterfaceMenu(false); }),
-              "8 9 10 11 12 13 21 ");
 }
 
 TEST_F(WindowTest, RowActionsActOnTheirSignal) {

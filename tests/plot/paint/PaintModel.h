@@ -6,8 +6,7 @@
 
 namespace trelis::test {
 
-/// A run without a window and without a crop, whose one message holds the
-/// signals.
+/// A run without a window and without a crop, whose one message holds the signals.
 struct PaintModel : BusStore {
     std::shared_ptr<Message> message = addMessage(1, "Message");
 

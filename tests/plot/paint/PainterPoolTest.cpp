@@ -131,8 +131,7 @@ bool waitForPicture(PlotPicture& picture) {
 }
 
 TEST_F(PainterPool, JoinsImagesInTheOrderOfTheSignals) {
-    // All three lie over each other unless they are split; the second has no
-    // data.
+    // All three lie over each other unless they are split; the second has no data.
     const std::vector<PaintSignal> signals = {
         {signal, {1, 0, 0}}, {model.addSignal("Other"), {0, 1, 0}}, {addWave("Last"), {0, 0, 1}}};
     PlotPicture picture;

@@ -1,5 +1,4 @@
-// The fast picture against a slow twin: Cairo strokes of a walk over every
-// sample.
+// The fast picture against a slow twin: Cairo strokes of a walk over every sample.
 #include <cairomm/context.h>
 #include <cairomm/surface.h>
 #include <gtest/gtest.h>
