@@ -203,6 +203,16 @@ TEST(Pixels, FollowSamplesThatAreAppendedMovedAndForgotten) {
     }
 }
 
+TEST(Pixels, StayApartInAColumnOfManyGaps) {
+    PaintModel model;
+    const auto signal = model.addSignal();
+    for (std::uint64_t i = 0; i < 1000; ++i)
+        for (const std::uint64_t part : {0U, 1U})
+            signal->addSample(i * 20000 + part, static_cast<double>(i % 2 * 100 + part * 10));
+    auto task = makeTask(signal, 0, 1000 * 20000, 2, 200);
+    expectPlainPixels(task);
+}
+
 TEST(Pixels, KeepEverySpikeAndIgnoreNaN) {
     PaintModel model;
     const auto signal = model.addSignal();
