@@ -181,6 +181,7 @@ inline constexpr const char* kSpeed = "Powertrain.EngineData.EngineSpeed";
 class WindowTest : public testing::Test {
   protected:
     WindowTest() {
+        takeMessages();
         settings_.setVsdFile(test::sampleFile("drive.vsd"));
         store_.title = "Signal Plot";
         store_.hooks.logFiles = parseLogs;
@@ -191,7 +192,6 @@ class WindowTest : public testing::Test {
         window_ = std::make_unique<Window>(store_, settings_);
         probe_ = std::make_unique<WindowProbe>(*window_);
         test::present(*window_);
-        takeMessages();
     }
     ~WindowTest() override {
         store_.guiRunning = false;
