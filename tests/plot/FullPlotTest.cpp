@@ -36,7 +36,7 @@ TEST_F(FullPlotTest, MarksTheViewWithinTheDataOrTheCrop) {
     EXPECT_NEAR(markedColumns(), 320 * 19 / 20, 8);
 }
 
-TEST_F(FullPlotTest, CentresTheViewWhereItIsClicked) {
+TEST_F(FullPlotTest, CentresAndZoomsTheViewWhereThePointerIs) {
     showTwo();
     setView(1000, 3000);
     pressButton(overview_, 1, 400, 100);
@@ -50,10 +50,7 @@ TEST_F(FullPlotTest, CentresTheViewWhereItIsClicked) {
     click(overview_, 3, 400, 100);
     EXPECT_EQ(view(), (Span{0, 2000}));
     EXPECT_TRUE(timeBox_.byUser);
-}
 
-TEST_F(FullPlotTest, ZoomsOntoThePointer) {
-    showTwo();
     setView(2000, 5000);
     scroll(overview_, GDK_SCROLL_UP, 480, 100);
     EXPECT_EQ(view(), (Span{4750, 7250}));
