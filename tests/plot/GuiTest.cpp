@@ -32,9 +32,10 @@ class WarningListener : public testing::EmptyTestEventListener {
     }
 };
 
-GdkEvent* newEvent(GdkEventType type, Gtk::Widget& widget, bool keyboard) {
+GdkEvent* newEvent(GdkEventType type, const Glib::RefPtr<Gdk::Window>& window) {
     GdkEvent* event = gdk_event_new(type);
-    event->any.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
+    event->any.window = GDK_WINDOW(g_object_ref(window->gobj()));
+    const bool keyboard = type == GDK_KEY_PRESS || type == GDK_KEY_RELEASE;
     GdkSeat* seat = gdk_display_get_default_seat(gdk_display_get_default());
     gdk_event_set_device(event,
                          keyboard ? gdk_seat_get_keyboard(seat) : gdk_seat_get_pointer(seat));
@@ -46,10 +47,9 @@ void dispatch(GdkEvent* event) {
     gdk_event_free(event);
 }
 
-void sendButton(GdkEventType type, Gtk::Widget& widget, unsigned button, double x, double y,
-                unsigned state) {
-    GdkEvent* event = newEvent(type, widget, false);
-    event->button.time = GDK_CURRENT_TIME;
+void sendButton(GdkEventType type, const Glib::RefPtr<Gdk::Window>& window, unsigned button,
+                double x, double y, unsigned state) {
+    GdkEvent* event = newEvent(type, window);
     event->button.x = x;
     event->button.y = y;
     event->button.button = button;
@@ -59,7 +59,7 @@ void sendButton(GdkEventType type, Gtk::Widget& widget, unsigned button, double 
 
 void sendScroll(Gtk::Widget& widget, GdkScrollDirection direction, double dx, double dy, double x,
                 double y, unsigned state) {
-    GdkEvent* event = newEvent(GDK_SCROLL, widget, false);
+    GdkEvent* event = newEvent(GDK_SCROLL, widget.get_window());
     event->scroll.direction = direction;
     event->scroll.delta_x = dx;
     event->scroll.delta_y = dy;
@@ -70,10 +70,7 @@ void sendScroll(Gtk::Widget& widget, GdkScrollDirection direction, double dx, do
 }
 
 void sendKey(GdkEventType type, Gtk::Widget& widget, unsigned keyval, unsigned state) {
-    auto* window = dynamic_cast<Gtk::Window*>(widget.get_toplevel());
-    ASSERT_NE(window, nullptr);
-    GdkEvent* event = newEvent(type, *window, true);
-    event->key.time = GDK_CURRENT_TIME;
+    GdkEvent* event = newEvent(type, widget.get_toplevel()->get_window());
     event->key.keyval = keyval;
     event->key.state = state;
     GdkKeymapKey* keys = nullptr;
@@ -87,19 +84,27 @@ void sendKey(GdkEventType type, Gtk::Widget& widget, unsigned keyval, unsigned s
     dispatch(event);
 }
 
+Cairo::RefPtr<Cairo::ImageSurface> drawingOf(Gtk::Widget& widget, int scale) {
+    const auto surface =
+        Cairo::ImageSurface::create(Cairo::FORMAT_RGB24, widget.get_allocated_width() * scale,
+                                    widget.get_allocated_height() * scale);
+    cairo_surface_set_device_scale(surface->cobj(), scale, scale);
+    gtk_widget_draw(widget.gobj(), Cairo::Context::create(surface)->cobj());
+    return surface;
+}
+
 }  // namespace
 
 bool pump(const std::function<bool()>& condition, int deadlineMs) {
     const auto context = Glib::MainContext::get_default();
-    const auto tick = Glib::signal_timeout().connect([] { return true; }, 5);
+    auto tick = Glib::signal_timeout().connect([] { return true; }, 5);
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
     bool holds = condition();
     while (!holds && std::chrono::steady_clock::now() < end) {
         context->iteration(true);
         holds = condition();
     }
-    auto connection = tick;
-    connection.disconnect();
+    tick.disconnect();
     return holds;
 }
 
@@ -132,20 +137,25 @@ void present(Gtk::Window& window) {
 }
 
 void pressButton(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state) {
-    sendButton(GDK_BUTTON_PRESS, widget, button, x, y, state);
+    sendButton(GDK_BUTTON_PRESS, widget.get_window(), button, x, y, state);
 }
 
 void releaseButton(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state) {
-    sendButton(GDK_BUTTON_RELEASE, widget, button, x, y, state);
+    sendButton(GDK_BUTTON_RELEASE, widget.get_window(), button, x, y, state);
 }
 
 void click(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state) {
-    pressButton(widget, button, x, y, state);
-    releaseButton(widget, button, x, y, state);
+    click(widget.get_window(), button, x, y, state);
+}
+
+void click(const Glib::RefPtr<Gdk::Window>& window, unsigned button, double x, double y,
+           unsigned state) {
+    sendButton(GDK_BUTTON_PRESS, window, button, x, y, state);
+    sendButton(GDK_BUTTON_RELEASE, window, button, x, y, state);
 }
 
 void movePointer(Gtk::Widget& widget, double x, double y, unsigned state) {
-    GdkEvent* event = newEvent(GDK_MOTION_NOTIFY, widget, false);
+    GdkEvent* event = newEvent(GDK_MOTION_NOTIFY, widget.get_window());
     event->motion.x = x;
     event->motion.y = y;
     event->motion.state = state;
@@ -168,10 +178,10 @@ void releaseKey(Gtk::Widget& widget, unsigned keyval, unsigned state) {
     sendKey(GDK_KEY_RELEASE, widget, keyval, state);
 }
 
-Picture::Picture(Gtk::Widget& widget)
-    : width_(widget.get_allocated_width()), height_(widget.get_allocated_height()) {
-    const auto surface = Cairo::ImageSurface::create(Cairo::FORMAT_RGB24, width_, height_);
-    gtk_widget_draw(widget.gobj(), Cairo::Context::create(surface)->cobj());
+Picture::Picture(Gtk::Widget& widget) : Picture(drawingOf(widget, 1)) {}
+
+Picture::Picture(const Cairo::RefPtr<Cairo::ImageSurface>& surface)
+    : width_(surface->get_width()), height_(surface->get_height()) {
     surface->flush();
     for (int y = 0; y < height_; ++y) {
         const auto* row =
@@ -194,10 +204,8 @@ int Picture::countInColumn(int x, std::uint32_t colour) const {
 }
 
 int Picture::countInRow(int y, std::uint32_t colour) const {
-    int found = 0;
-    for (int x = 0; x < width_; ++x)
-        found += at(x, y) == colour ? 1 : 0;
-    return found;
+    const auto row = pixels_.begin() + y * width_;
+    return static_cast<int>(std::count(row, row + width_, colour));
 }
 
 int Picture::count(std::uint32_t colour) const {
@@ -207,13 +215,8 @@ int Picture::count(std::uint32_t colour) const {
 void keepShot(Gtk::Widget& widget, const std::string& name) {
     const char* folder = std::getenv("SIGMIRA_SHOTS");
     if (folder == nullptr) return;
-    const int scale = widget.get_scale_factor();
-    const auto surface =
-        Cairo::ImageSurface::create(Cairo::FORMAT_RGB24, widget.get_allocated_width() * scale,
-                                    widget.get_allocated_height() * scale);
-    cairo_surface_set_device_scale(surface->cobj(), scale, scale);
-    gtk_widget_draw(widget.gobj(), Cairo::Context::create(surface)->cobj());
-    surface->write_to_png(std::string(folder) + "/" + name + ".png");
+    drawingOf(widget, widget.get_scale_factor())
+        ->write_to_png(std::string(folder) + "/" + name + ".png");
 }
 
 std::vector<std::string> takeWarnings() {

@@ -28,6 +28,9 @@ void present(Gtk::Window& window);
 void pressButton(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state = 0);
 void releaseButton(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state = 0);
 void click(Gtk::Widget& widget, unsigned button, double x, double y, unsigned state = 0);
+/// Of a widget that has several windows.
+void click(const Glib::RefPtr<Gdk::Window>& window, unsigned button, double x, double y,
+           unsigned state = 0);
 void movePointer(Gtk::Widget& widget, double x, double y, unsigned state = 0);
 void scroll(Gtk::Widget& widget, GdkScrollDirection direction, double x, double y,
             unsigned state = 0);
@@ -41,6 +44,7 @@ void releaseKey(Gtk::Widget& widget, unsigned keyval, unsigned state = 0);
 class Picture {
   public:
     explicit Picture(Gtk::Widget& widget);
+    explicit Picture(const Cairo::RefPtr<Cairo::ImageSurface>& surface);
 
     [[nodiscard]] std::uint32_t at(int x, int y) const;
     [[nodiscard]] int width() const { return width_; }

@@ -4,10 +4,6 @@
 #include <gtkmm/box.h>
 #include <gtkmm/window.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "app/store/Store.h"
 #include "config/settings/Settings.h"
 #include "model/CanIface.h"
@@ -22,8 +18,7 @@
 namespace trelis::test {
 
 /// Notes what the plot asks of its window.
-class RecordingHost : public PlotHost {
-  public:
+struct RecordingHost : PlotHost {
     void popupPlotMenu(const std::shared_ptr<Signal>& signal) override { note("menu", signal); }
     void hideSignal(const std::shared_ptr<Signal>& signal) override { note("hide", signal); }
     void changeColor(const std::shared_ptr<Signal>& signal) override { note("colour", signal); }
@@ -35,14 +30,11 @@ class RecordingHost : public PlotHost {
     void rulersMoved(std::int64_t left, std::int64_t right) override {
         rulers.push_back(std::to_string(left) + " " + std::to_string(right));
     }
-
-    std::vector<std::string> calls;
-    std::vector<std::string> rulers;
-
-  private:
     void note(const std::string& what, const std::shared_ptr<Signal>& signal) {
         calls.push_back(what + " " + signal->name);
     }
+
+    std::vector<std::string> calls, rulers;
 };
 
 class PlotRig : public testing::Test {
@@ -50,16 +42,12 @@ class PlotRig : public testing::Test {
     static constexpr std::uint64_t kStart = 1000000;  ///< ms; first sample of all signals
     static constexpr int kWidth = 800;
     static constexpr int kHeight = 416;  ///< with a time strip of 16 px
+    static constexpr std::uint32_t kRed = 0xFF0000;
+    static constexpr std::uint32_t kBlue = 0x0000FF;
+    using Span = std::pair<std::uint64_t, std::uint64_t>;
 
-    PlotRig()
-        : settings_({folder_ / "settings", folder_ / "lists"}),
-          timeBox_(store_),
-          plot_(store_, timeBox_, settings_, host_),
-          overview_(store_, timeBox_, settings_),
-          box_(Gtk::ORIENTATION_VERTICAL) {
-        interface_ = store_.addInterface("Can", 0);
-        message_ = std::make_shared<Message>(1, "Message", interface_);
-        interface_->addMessage(message_);
+    PlotRig() {
+        message_->parent()->addMessage(message_);
         plot_.set_size_request(kWidth, kHeight);
         box_.pack_start(plot_);
         box_.pack_end(overview_, Gtk::PACK_SHRINK);
@@ -79,20 +67,25 @@ class PlotRig : public testing::Test {
         for (std::uint64_t i = 0; i <= 1000; ++i)
             signal.addSample(kStart + i * 10, static_cast<double>(i / 100 % 10));
     }
-    /// The data of the span that all signals have together is there.
-    void tellData(std::uint64_t end) {
+    /// Shows the signals until a time.
+    void show(std::uint64_t end) {
         store_.firstTime = store_.parseFirstTime = store_.intervalStart = kStart;
-        store_.lastTime = store_.parseLastTime = store_.intervalEnd = end;
+        store_.lastTime = store_.parseLastTime = store_.intervalEnd = kStart + end;
+        present(window_);
         store_.emitData();
+        settle();
     }
-    /// Shows two signals of ten seconds, red above blue.
+    /// Shows two signals of ten seconds, red above blue. The plot has the focus.
     void showTwo() {
         upper_ = addSignal("Upper", "#ffff00000000");
         lower_ = addSignal("Lower", "#00000000ffff");
         fillStairs(*upper_);
         fillStairs(*lower_);
-        present(window_);
-        tellData(kStart + 10000);
+        show(10000);
+        plot_.grab_focus();
+    }
+    void setView(std::uint64_t start, std::uint64_t end) {
+        timeBox_.setInterval(kStart + start, kStart + end, false);
         settle();
     }
     /// Waits until the plots show what they should.
@@ -101,24 +94,23 @@ class PlotRig : public testing::Test {
         EXPECT_TRUE(pump([this] { return !plot_.isPainting() && !overview_.isPainting(); }));
         pumpPending();
     }
-    [[nodiscard]] std::pair<std::uint64_t, std::uint64_t> view() {
+    Span view() {
         settle();
         return {timeBox_.start - kStart, timeBox_.end - kStart};
     }
 
     Folder folder_;
-    Settings settings_;
+    Settings settings_{{folder_ / "settings", folder_ / "lists"}};
     Store store_;
-    TimeBox timeBox_;
+    TimeBox timeBox_{store_};
     RecordingHost host_;
-    SubPlot plot_;
-    FullPlot overview_;
-    Gtk::Box box_;
+    SubPlot plot_{store_, timeBox_, settings_, host_};
+    FullPlot overview_{store_, timeBox_, settings_};
+    Gtk::Box box_{Gtk::ORIENTATION_VERTICAL};
     Gtk::Window window_;
-    std::shared_ptr<CanIface> interface_;
-    std::shared_ptr<Message> message_;
-    std::shared_ptr<Signal> upper_;
-    std::shared_ptr<Signal> lower_;
+    std::shared_ptr<Message> message_ =
+        std::make_shared<Message>(1, "Message", store_.addInterface("Can", 0));
+    std::shared_ptr<Signal> upper_, lower_;
 };
 
 }  // namespace trelis::test

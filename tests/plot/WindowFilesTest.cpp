@@ -1,98 +1,84 @@
-// Definitions, reloads, signal lists and dumps, from the window.
+// Definitions, reloads and signal lists, from the window.
 #include <gdk/gdkkeysyms.h>
 
-#include <fstream>
-
-#include "model/Message.h"
-#include "model/Signal.h"
 #include "plot/WindowRig.h"
 
 namespace trelis {
 namespace {
 
-namespace fs = std::filesystem;
 using test::contentOf;
 using test::DialogAnswers;
 
 TEST_F(WindowTest, OneDefinitionFileIsLoadedAtATime) {
-    test::present(*window_);
-    bool reloaded = false;
-    auto connection = window_->windowReloaded.connect([&] { reloaded = true; });
+    int reloaded = 0;
+    auto connection = window_->windowReloaded.connect([&] { ++reloaded; });
     DialogAnswers answers;
     const std::string dbc = test::sampleFile("drive_powertrain.dbc");
-    answers.expectFile(dbc, -6);
-    probe_->choose("File", "Load DBC file");
-    EXPECT_EQ(settings_.getDbFile(), kNoFile);
-    answers.expectFile(dbc);
-    probe_->choose("File", "Load DBC file");
+    for (const int response : {-6, -5}) {
+        EXPECT_EQ(settings_.getDbFile(), kNoFile);
+        answers.expectFile(dbc, response);
+        probe_->choose("File", "Load DBC file");
+    }
     EXPECT_EQ(settings_.getDbFile(), dbc);
     EXPECT_EQ(settings_.getVsdFile(), kNoFile);
     EXPECT_NO_THROW(signal("Can.EngineData.EngineSpeed"));
     test::pumpPending();
-    EXPECT_TRUE(reloaded);
+    EXPECT_EQ(reloaded, 1);
     connection.disconnect();
 
     answers.expectFile(test::sampleFile("drive.vsd"));
     test::pressKey(*window_, GDK_KEY_l, GDK_CONTROL_MASK);
     EXPECT_EQ(settings_.getDbFile(), kNoFile);
     EXPECT_NO_THROW(signal(kSpeed));
-    EXPECT_EQ(answers.takeTexts(),
-              (Texts{"Select DBC file", "Select DBC file", "Select VSD file"}));
-
     store_.parsing = true;
     probe_->choose("File", "Load DBC file");
     store_.parsing = false;
-    EXPECT_EQ(takeMessages(), (Texts{"Wait for parse to complete"}));
-    EXPECT_EQ(answers.takeTexts(), Texts{});
+    EXPECT_EQ(takeMessages(), Texts{"Wait for parse to complete"});
+    EXPECT_EQ(answers.takeTexts(),
+              (Texts{"Select DBC file", "Select DBC file", "Select VSD file"}));
 }
 
 TEST_F(WindowTest, NewDefinitionFilesAskBeforeTheyReplace) {
-    test::present(*window_);
-    const std::string file = folder_ / "mine.vsd";
-    std::ofstream(file) << "precious";
+    const std::string file = folder_.write("mine.vsd", "precious");
     settings_.setDefaultEditor("/bin/true");
     DialogAnswers answers;
-    answers.expectFile(file);
-    answers.expect(Gtk::RESPONSE_NO);
-    probe_->choose("File", "New VSD file");
-    EXPECT_EQ(contentOf(file), "precious");
-    EXPECT_EQ(settings_.getVsdFile(), test::sampleFile("drive.vsd"));
+    for (const int response : {int{Gtk::RESPONSE_NO}, int{Gtk::RESPONSE_YES}}) {
+        EXPECT_EQ(contentOf(file), "precious");
+        EXPECT_EQ(settings_.getVsdFile(), test::sampleFile("drive.vsd"));
+        answers.expectFile(file);
+        answers.expect(response);
+        probe_->choose("File", "New VSD file");
+    }
     EXPECT_EQ(answers.takeTexts().back(),
               "|\"mine.vsd\" already exists, do you want to overwrite it?|");
-    answers.expectFile(file);
-    answers.expect(Gtk::RESPONSE_YES);
-    probe_->choose("File", "New VSD file");
-    EXPECT_EQ(contentOf(file).substr(0, 35), "# Example settings file\n[settings]\n");
+    EXPECT_TRUE(contentOf(file).starts_with("# Example settings file\n[settings]\n"));
     EXPECT_EQ(settings_.getVsdFile(), file);
-    static_cast<void>(takeMessages());
+    takeMessages();
 
     // A name without its extension gets it; what cannot be written is told.
     answers.expectFile("/proc/new");
     probe_->choose("File", "New VSD file");
-    EXPECT_EQ(takeMessages(), (Texts{"Couldn't create new VSD file: /proc/new.vsd"}));
+    EXPECT_EQ(takeMessages(), Texts{"Couldn't create new VSD file: /proc/new.vsd"});
     EXPECT_EQ(settings_.getVsdFile(), file);
 }
 
 TEST_F(WindowTest, TheEditorGetsTheLoadedFile) {
     const std::string seen = folder_ / "seen";
-    const std::string script = folder_ / "edit or";
-    std::ofstream(script) << "#!/bin/sh\nprintf %s \"$1\" >'" << seen << "'\n";
-    fs::permissions(script, fs::perms::owner_all);
+    const std::string script =
+        folder_.write("edit or", "#!/bin/sh\nprintf %s \"$1\" >'" + seen + "'\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
     settings_.setDefaultEditor(script);
     probe_->choose("File", "Edit loaded VSD/DBC");
     EXPECT_TRUE(test::pump([&] { return contentOf(seen) == test::sampleFile("drive.vsd"); }));
     settings_.setVsdFile(kNoFile);
     probe_->choose("File", "Edit loaded VSD/DBC");
-    fs::remove(script);
+    EXPECT_EQ(takeMessages(), Texts{"Couldn't open VSD/DBC file for editing. None loaded."});
+    std::filesystem::remove(script);
     window_->openInEditor("x");
-    const auto texts = takeMessages();
-    ASSERT_EQ(texts.size(), 2U);
-    EXPECT_EQ(texts[0], "Couldn't open VSD/DBC file for editing. None loaded.");
-    EXPECT_EQ(texts[1].substr(0, 17 + script.size()), "Couldn't execute " + script);
+    EXPECT_TRUE(takeMessages().at(0).starts_with("Couldn't execute " + script));
 }
 
 TEST_F(WindowTest, SelectionsGoToFilesAndBack) {
-    test::present(*window_);
     signal(kSpeed)->setSelected(true);
     DialogAnswers answers;
     answers.expectFile(folder_ / "engine");
@@ -128,32 +114,13 @@ TEST_F(WindowTest, ReloadDropsTheModelAndBringsTheSelectionBack) {
     EXPECT_FALSE(signal(kSpeed)->hasData);
     EXPECT_FALSE(window_->timeBox().isSet());
     EXPECT_TRUE(store_.hasLogFiles());
-    EXPECT_EQ(probe_->dropdownSignal(), nullptr);
 
     // A file that cannot be read in the middle of it leaves a usable window.
-    std::ofstream(folder_ / "broken.vsd") << "[settings\nno key file";
-    settings_.setVsdFile(folder_ / "broken.vsd");
-    static_cast<void>(takeMessages());
+    settings_.setVsdFile(folder_.write("broken.vsd", "[settings\nno key file"));
+    takeMessages();
     window_->reload(true);
     EXPECT_FALSE(takeMessages().empty());
-    EXPECT_TRUE(probe_->dataList().get_model()->children().size() <= 1);
-}
-
-TEST_F(WindowTest, ADumpGoesToTheChosenFile) {
-    addSampleLogs();
-    signal(kSpeed)->setSelected(true);
-    startWorker();
-    test::present(*window_);
-    DialogAnswers answers;
-    answers.expectFile(folder_ / "trace.asc");
-    store_.leftRuler = static_cast<std::int64_t>(store_.lastTime) - 1000;
-    store_.rightRuler = static_cast<std::int64_t>(store_.lastTime) - 2000;
-    probe_->choose("Tools", "Export as ASC");
-    waitIdle();
-    const std::string text = contentOf(folder_ / "trace.asc");
-    EXPECT_EQ(text.substr(0, 5), "date ");
-    EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 50);
-    EXPECT_EQ(takeMessages(), (Texts{"Data written to " + (folder_ / "trace.asc")}));
+    EXPECT_LE(probe_->dataList().get_model()->children().size(), 1U);
 }
 
 }  // namespace

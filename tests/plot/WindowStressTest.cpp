@@ -2,11 +2,6 @@
 // The sanitizers look for torn data.
 #include <glibmm/main.h>
 
-#include "input/LogFiles.h"
-#include "input/VsdFile.h"
-#include "model/Message.h"
-#include "model/Signal.h"
-#include "model/builtin/LoggerMessage.h"
 #include "plot/WindowRig.h"
 
 namespace trelis {
@@ -24,10 +19,8 @@ class WindowStress : public WindowTest {
   protected:
     WindowStress() {
         addSampleLogs();
-        test::present(*window_);
         startWorker();
     }
-    ~WindowStress() override { static_cast<void>(takeMessages()); }
 
     /// Has both signals parsed anew, lets the loop turn, and acts: once in the parse, where it is
     /// refused, or in what comes of it, and once when the parse is done and the plots may paint.
@@ -58,6 +51,7 @@ TEST_F(WindowStress, NewSelectionsAndViewsWorkAtAnyMoment) {
     actAtAnyMoment([&](int round) {
         window_->timeBox().setInterval(store_.intervalStart + static_cast<std::uint64_t>(round),
                                        store_.intervalEnd, true);
+        window_->resize(900 + round, 600 + round);
         list.selectSignal(signal(round % 2 == 0 ? kSpeed : kTorque));
         list.row_activated(list.get_model()->get_path(list.get_selection()->get_selected()),
                            *list.get_column(0));

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "model/Signal.h"
-#include "plot/paint/PaintModel.h"
 #include "plot/paint/PictureLayout.h"
 
 namespace trelis {
@@ -17,54 +15,40 @@ namespace {
 
 constexpr TimeSpan kBounds{1000, 11000};
 
-TEST(ViewMath, ZoomsAroundAPosition) {
+TEST(ViewMath, ZoomsAndPansWithinTheData) {
     struct Case {
-        TimeSpan view;
-        double position;
-        double factor;
+        const char* name;
+        TimeSpan found;
         TimeSpan expected;
     };
-    constexpr Case kCases[] = {
-        {{2000, 8000}, 0.5, kZoomIn, {2500, 7500}},
-        {{2000, 8000}, 0.0, kZoomIn, {2000, 7000}},
-        {{2000, 8000}, 1.0, kZoomIn, {3000, 8000}},
-        {{2000, 7000}, 0.5, kZoomOut, {1500, 7500}},
-        {{1000, 11000}, 0.5, kZoomOut, {1000, 11000}},
-        {{1500, 11000}, 0.5, kZoomOut, {1000, 11000}},
-        {{5000, 5001}, 0.0, kZoomIn, {5000, 5001}},      // start equals end: 1 ms is left
-        {{10999, 11000}, 1.0, kZoomIn, {10999, 11000}},  // also at the end of the data
-        {{5000, 5001}, 0.5, kZoomOut, {4999, 5001}},
+    const Case cases[] = {
+        {"in", zoomAround({2000, 8000}, 0.5, kZoomIn, kBounds), {2500, 7500}},
+        {"left edge", zoomAround({2000, 8000}, 0, kZoomIn, kBounds), {2000, 7000}},
+        {"right edge", zoomAround({2000, 8000}, 1, kZoomIn, kBounds), {3000, 8000}},
+        {"out", zoomAround({2000, 7000}, 0.5, kZoomOut, kBounds), {1500, 7500}},
+        {"out of the data", zoomAround({1500, 11000}, 0.5, kZoomOut, kBounds), {1000, 11000}},
+        {"1 ms is left", zoomAround({5000, 5001}, 0, kZoomIn, kBounds), {5000, 5001}},
+        {"out of 1 ms", zoomAround({5000, 5001}, 0.5, kZoomOut, kBounds), {4999, 5001}},
+        {"behind the data", limitView({12000, 13000}, kBounds), {10999, 11000}},
+        {"overview", zoomOnto({2000, 8000}, 4000, kZoomIn, kBounds), {1500, 6500}},
+        {"overview, length kept", zoomOnto({2000, 8000}, 1200, kZoomIn, kBounds), {1000, 6000}},
+        {"overview, length cut", zoomOnto({2000, 8000}, 10000, kZoomIn, kBounds), {7500, 11000}},
+        {"overview, all", zoomOnto({1000, 11000}, 6000, kZoomOut, kBounds), kBounds},
+        {"earlier", panEarlier({3000, 5000}, kBounds), {2800, 4800}},
+        {"earlier, up to the start", panEarlier({1100, 3100}, kBounds), {1000, 3000}},
+        {"later", panLater({3000, 5000}, kBounds), {3200, 5200}},
+        {"later, up to the end", panLater({8900, 10900}, kBounds), {9000, 11000}},
+        {"later by steps", panLater({3000, 5000}, kBounds, 2.5), {3500, 5500}},
     };
-    for (const Case& one : kCases)
-        EXPECT_EQ(zoomAround(one.view, one.position, one.factor, kBounds), one.expected)
-            << one.view.start << " " << one.position << " " << one.factor;
-    // The left edge of the widget zooms around the middle.
-    EXPECT_EQ(zoomPosition(0, 800), 0.5);
+    for (const Case& one : cases)
+        EXPECT_EQ(one.found, one.expected) << one.name;
+    EXPECT_EQ(zoomPosition(0, 800), 0.5) << "the left edge zooms around the middle";
     EXPECT_EQ(zoomPosition(200, 800), 0.25);
-}
-
-TEST(ViewMath, ZoomsTheOverviewOntoATime) {
-    EXPECT_EQ(zoomOnto({2000, 8000}, 4000, kZoomIn, kBounds), (TimeSpan{1500, 6500}));
-    // Near the start of the data the length is kept, at its end it is cut.
-    EXPECT_EQ(zoomOnto({2000, 8000}, 1200, kZoomIn, kBounds), (TimeSpan{1000, 6000}));
-    EXPECT_EQ(zoomOnto({2000, 8000}, 10000, kZoomIn, kBounds), (TimeSpan{7500, 11000}));
-    EXPECT_EQ(zoomOnto({1000, 11000}, 6000, kZoomOut, kBounds), kBounds);
-}
-
-TEST(ViewMath, PansWithinTheData) {
-    EXPECT_EQ(panEarlier({3000, 5000}, kBounds), (TimeSpan{2800, 4800}));
-    EXPECT_EQ(panEarlier({1100, 3100}, kBounds), (TimeSpan{1000, 3000}));
-    EXPECT_EQ(panEarlier({1000, 3000}, kBounds), (TimeSpan{1000, 3000})) << "not shrunk";
-    EXPECT_EQ(panLater({3000, 5000}, kBounds), (TimeSpan{3200, 5200}));
-    EXPECT_EQ(panLater({8900, 10900}, kBounds), (TimeSpan{9000, 11000}));
-    EXPECT_EQ(panLater({3000, 5000}, kBounds, 2.5), (TimeSpan{3500, 5500}));
 }
 
 TEST(ViewMath, MapsTimesAndColumns) {
     constexpr TimeSpan kView{2000, 4000};
-    EXPECT_EQ(columnOf(2000, kView, 1000), 0);
     EXPECT_EQ(columnOf(3001, kView, 1000), 500);
-    EXPECT_EQ(columnOf(-1, kView, 1000), -1000);
     EXPECT_EQ(columnOf(-1, {1700000000000, 1700000001000}, 1000), -4194303);
     EXPECT_EQ(columnOf(1800000000000, kView, 1000), 4194303);
     EXPECT_EQ(columnOf(2000, {2000, 2000}, 1000), 0) << "no division by an empty view";
@@ -72,37 +56,19 @@ TEST(ViewMath, MapsTimesAndColumns) {
     EXPECT_EQ(timeOf(-3, kView, 1000), 2000U);
     EXPECT_EQ(timeOf(0, kView, 0), 2000U);
 
+    const TimeAxis axis{2000, 4000, 1000, 0, 1000};
+    EXPECT_EQ(axis.timeToColumn(4000), 1000);
+    EXPECT_EQ(axis.timeToColumn(4001), 1001) << "all that is farther out";
+    EXPECT_EQ(axis.timeToColumn(0), -1);
+
     EXPECT_EQ(rowAt(99, 300, 3), 0U);
     EXPECT_EQ(rowAt(100, 300, 3), 1U);
     EXPECT_EQ(rowAt(300, 300, 3), std::nullopt) << "the time strip";
     EXPECT_EQ(rowAt(10, 300, 0), std::nullopt);
 }
 
-TEST(ViewMath, PlacesValuesAsTheSignalDoes) {
-    PaintModel model;
-    const auto signal = model.addSignal("Signal");
-    signal->addSample(0, -3);
-    signal->addSample(10, 8);
-    for (const double lineWidth : {1.0, 2.0, 2.5, 3.0}) {
-        model.store.lineWidth = lineWidth;
-        for (const double value : {-100.0, -3.0, 0.1, 8.0, 30.0})
-            EXPECT_EQ(rowOf(value, {-3, 8}, 117, lineWidth), signal->yPosition(value, 117))
-                << value << " with " << lineWidth;
-    }
-    EXPECT_EQ(rowOf(8, {-3, 8}, 100, 2), 1) << "half a line is kept free";
-    EXPECT_EQ(rowOf(-3, {-3, 8}, 100, 2), 99);
-    EXPECT_EQ(rowOf(5, {5, 5}, 100, 2), 1);
-}
-
 PictureRequest request(TimeSpan view) {
-    PictureRequest wanted;
-    wanted.view = view;
-    wanted.bounds = kBounds;
-    wanted.width = 800;
-    wanted.height = 416;
-    wanted.strip = 16;
-    wanted.rows = 3;
-    return wanted;
+    return {.view = view, .bounds = kBounds, .width = 800, .height = 416, .strip = 16, .rows = 3};
 }
 
 TEST(PictureLayout, ReachesHalfAViewBeyondTheView) {
@@ -115,8 +81,8 @@ TEST(PictureLayout, ReachesHalfAViewBeyondTheView) {
     constexpr Case kCases[] = {
         {{4000, 6000}, {3000, 7000}, 400, 1600},  // room on both sides
         {{1500, 3500}, {1000, 4500}, 200, 1400},  // the data starts within the margin
-        {{1000, 11000}, {1000, 11000}, 0, 800},
-        {{0, 0}, {1000, 11000}, 0, 800},  // no view: everything
+        {{1000, 11000}, kBounds, 0, 800},
+        {{0, 0}, kBounds, 0, 800},  // no view: everything
         {{9000, 11000}, {8000, 11000}, 400, 1200},
     };
     for (const Case& one : kCases) {
@@ -127,8 +93,6 @@ TEST(PictureLayout, ReachesHalfAViewBeyondTheView) {
         EXPECT_EQ(layout->width, one.width) << one.view.start;
         // The view's columns are those that the rulers use.
         EXPECT_EQ(layout->axis().timeToColumn(layout->view.start), one.marginLeft);
-        EXPECT_LE(layout->axis().timeToColumn(layout->drawn.end), one.width);
-        EXPECT_GE(layout->axis().timeToColumn(layout->drawn.start), 0);
     }
 }
 
@@ -150,34 +114,28 @@ TEST(PictureLayout, SharesTheHeightAndFollowsTheScale) {
 }
 
 TEST(PictureLayout, NeedsDataSignalsAndRoom) {
-    auto none = request({4000, 6000});
-    none.rows = 0;
-    EXPECT_FALSE(layoutView(none));
-    EXPECT_FALSE(layoutOverview(none));
-    auto flat = request({4000, 6000});
-    flat.width = 0;
-    EXPECT_FALSE(layoutView(flat));
-    auto empty = request({0, 0});
-    empty.bounds = {};
-    EXPECT_FALSE(layoutView(empty));
-    auto vast = request({4000, 6000});
+    for (const PictureRequest& lacking :
+         {PictureRequest{.view = {}, .bounds = kBounds, .width = 800, .height = 416},
+          PictureRequest{.view = {}, .bounds = kBounds, .height = 416, .rows = 3},
+          PictureRequest{.view = {}, .bounds = {}, .width = 800, .height = 416, .rows = 3}}) {
+        EXPECT_FALSE(layoutView(lacking));
+        EXPECT_FALSE(layoutOverview(lacking));
+    }
+    PictureRequest vast = request({4000, 6000});
     vast.width = 20000;
     EXPECT_LE(layoutView(vast)->width, 30000);
 }
 
 TEST(PictureLayout, IsStretchedToOtherViews) {
     const auto layout = layoutView(request({4000, 6000}));
-    const Stretch same = stretchOf(*layout, {4000, 6000}, 800);
-    EXPECT_TRUE(same.isCopy());
-    EXPECT_EQ(same.offset, -400);
-    const Stretch panned = stretchOf(*layout, {4201, 6201}, 800);
-    EXPECT_TRUE(panned.isCopy()) << "a mere shift stays crisp";
-    EXPECT_EQ(panned.offset, -480);
-    const Stretch zoomed = stretchOf(*layout, {4500, 5500}, 800);
-    EXPECT_EQ(zoomed.factor, 2);
-    EXPECT_EQ(zoomed.offset, -1200);
-    const Stretch wider = stretchOf(*layout, {4000, 6000}, 1000);
-    EXPECT_EQ(wider.factor, 1.25);
+    const auto stretch = [&](TimeSpan view, int width) {
+        const Stretch found = stretchOf(*layout, view, width);
+        return std::pair(found.factor, found.offset);
+    };
+    EXPECT_EQ(stretch({4000, 6000}, 800), std::pair(1.0, -400.0));
+    EXPECT_EQ(stretch({4201, 6201}, 800), std::pair(1.0, -480.0)) << "a mere shift stays crisp";
+    EXPECT_EQ(stretch({4500, 5500}, 800), std::pair(2.0, -1200.0));
+    EXPECT_EQ(stretch({4000, 6000}, 1000), std::pair(1.25, -500.0));
 }
 
 }  // namespace
