@@ -157,7 +157,8 @@ TEST(Recording, DamageCostsWhatItSays) {
 
 TEST(Recording, KindsOfFramesAreThere) {
     std::map<bool, std::size_t> errors;
-    for (const Frame& frame : record("errors").at(0).frames) {
+    const auto withErrors = record("errors");
+    for (const Frame& frame : withErrors.at(0).frames) {
         if ((frame.id & kErrorFrame) == 0) continue;
         EXPECT_EQ(frame.dlc, 8);
         ++errors[frame.interface == kLoggerInterface];
@@ -165,7 +166,8 @@ TEST(Recording, KindsOfFramesAreThere) {
     EXPECT_GT(errors[false], 30U);
     EXPECT_GT(errors[true], 0U);
 
-    for (const Frame& frame : record("old").at(0).frames)
+    const auto old = record("old");
+    for (const Frame& frame : old.at(0).frames)
         ASSERT_EQ(frame.interface, 0);
 }
 
