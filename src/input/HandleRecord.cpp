@@ -1,6 +1,7 @@
 #include "input/HandleRecord.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "app/diagnostics/Report.h"
@@ -17,6 +18,7 @@ namespace trelis {
 namespace {
 
 constexpr std::uint32_t kErrorMessageId = 1;
+constexpr std::size_t kRoutes = 512;  // a power of two, 16 KB
 
 void setTimeBase(Store& store, std::uint64_t time, std::uint64_t base) {
     store.timeBase = base;
@@ -134,6 +136,29 @@ struct RecordBatch::Record {
     std::uint8_t interface;
 };
 
+RecordBatch::RecordBatch(Store& store) : store_(store), routes_(kRoutes) {}
+
+inline std::uint64_t RecordBatch::routeKey(const Record& record) const {
+    constexpr unsigned kIdBits = 32;
+    constexpr unsigned kInterfaceBits = 8;
+    return (lookUps_ << kInterfaceBits | record.interface) << kIdBits | record.id;
+}
+
+inline const RecordBatch::Route& RecordBatch::routeOf(const Record& record) {
+    const std::uint64_t key = routeKey(record);
+    // Fibonacci hashing, see CanIface. Two ids that share a place take turns in it.
+    const std::uint64_t spread =
+        (key & 0xFFFFFFFFFFU) * 0x9E3779B97F4A7C15U >> (64 - std::countr_zero(kRoutes));
+    Route& route = routes_[static_cast<std::size_t>(spread)];
+    if (route.key == key) return route;
+    route = {};
+    route.busLoad = busLoadOf(store_, record.id, record.interface);
+    route.receiver = receiverOf(store_, record.id, record.interface);
+    if (route.receiver != nullptr) route.held = route.receiver->heldFrames();
+    route.key = key;
+    return route;
+}
+
 inline void RecordBatch::take(const Record& record) {
     const std::uint64_t time = placeInTime(store_, record.clock);
     if (isDumping(store_)) {
@@ -141,17 +166,16 @@ inline void RecordBatch::take(const Record& record) {
         return;
     }
     try {
-        if (BitRate* rate = busLoadOf(store_, record.id, record.interface))
-            rate->addFrame(time, record.id, record.dlc, record.data);
-        Message* receiver = receiverOf(store_, record.id, record.interface);
-        if (receiver == nullptr) return;
-        std::vector<StoredFrame>* held = receiver->heldFrames();
-        if (held == nullptr) {
-            receiver->postFrame(record.frame(), time);
+        const Route& route = routeOf(record);
+        if (route.busLoad != nullptr)
+            route.busLoad->addFrame(time, record.id, record.dlc, record.data);
+        if (route.receiver == nullptr) return;
+        if (route.held == nullptr) {
+            route.receiver->postFrame(record.frame(), time);
             return;
         }
-        if (held->empty()) holders_.push_back(receiver);
-        held->emplace_back(time, record.dlc, record.data);
+        if (route.held->empty()) holders_.push_back(route.receiver);
+        route.held->emplace_back(time, record.dlc, record.data);
     } catch (const std::exception& error) {
         tellFailure(record.id, error);
     }
@@ -173,6 +197,11 @@ void RecordBatch::flush() {
         }
     }
     holders_.clear();
+    constexpr std::uint64_t kMostLookUps = 0xFFFFFF;  // what a key has room for
+    if (++lookUps_ > kMostLookUps) {
+        std::ranges::fill(routes_, Route());
+        lookUps_ = 1;
+    }
 }
 
 void resetTimeAxis(Store& store) {

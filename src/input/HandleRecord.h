@@ -8,9 +8,11 @@
 
 namespace trelis {
 
+class BitRate;
 class Message;
 class Store;
 struct Frame;
+struct StoredFrame;
 
 /// Makes the record's time absolute and hands it to the dump, or to the bus load and the message
 /// that want it. Uses the Store's active maps, which must be up to date. A decoding that fails is
@@ -26,7 +28,7 @@ void handleRecord(Store& store, const Frame& record);
 /// only.
 class RecordBatch {
   public:
-    explicit RecordBatch(Store& store) : store_(store) {}
+    explicit RecordBatch(Store& store);
 
     /// Takes the records of a block, each of `recordSize` bytes (see StreamCodec); bytes behind the
     /// last whole one are ignored.
@@ -37,10 +39,23 @@ class RecordBatch {
 
   private:
     struct Record;
+    /// Where the frames of one id and interface go.
+    struct Route {
+        std::uint64_t key = 0;  // of routeKey; 0 for none
+        BitRate* busLoad = nullptr;
+        Message* receiver = nullptr;
+        std::vector<StoredFrame>* held = nullptr;  // of a receiver that decodes them by and by
+    };
+
     void take(const Record& record);
+    [[nodiscard]] std::uint64_t routeKey(const Record& record) const;
+    const Route& routeOf(const Record& record);
 
     Store& store_;
     std::vector<Message*> holders_;  // messages with frames to decode, in order of the first one
+    // What was looked up since the last flush: who wants a message may change by then.
+    std::vector<Route> routes_;
+    std::uint64_t lookUps_ = 1;  // number of the flush, which tells old routes
 };
 
 /// Forgets where the time axis stands; the next record sets a new base.
