@@ -11,8 +11,8 @@ namespace trelis {
 class BitRate;
 class Message;
 class Store;
+class StoredFrame;
 struct Frame;
-struct StoredFrame;
 
 /// Makes the record's time absolute and hands it to the dump, or to the bus load and the message
 /// that want it. Uses the Store's active maps, which must be up to date. A decoding that fails is
