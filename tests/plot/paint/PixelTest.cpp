@@ -252,8 +252,8 @@ TEST(Pixels, LeaveTasksOutsideTheDataWithoutImage) {
 
 TEST(Pixels, OfAnImageOfDoubleSizeAreMeansOfFour) {
     LineImage image(8, 4, 1);
-    image.vertical(3, 0,
-                   3);  // half a pixel column wide, one and a half pixel rows high
+    // Half a pixel column wide, one and a half pixel rows high.
+    image.vertical(3, 0, 3);
     PixelCanvas canvas;
     canvas.reset(6, 6);
     fillImageHalved(canvas, image, {1, 1, 1}, 1, 2);
